@@ -1,0 +1,137 @@
+#include "cgi/parts.h"
+
+#include <strings.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstring>
+#include <string_view>
+
+#include "qmv/cgi.h"
+#include "qmv/util.h"
+#include "util/ascii.h"
+#include "util/owners.h"
+
+namespace {
+
+constexpr unsigned kLineSize = 1024;
+constexpr std::string_view kHeaderStart = "Content-";
+
+/// The records of one part and the header lines that their strings point into.
+class Batch {
+  public:
+    explicit Batch(char *boundary) : records_{{{nullptr, name_, boundary}}} {}
+    Batch(const Batch &) = delete;
+    Batch &operator=(const Batch &) = delete;
+    ~Batch() {
+        // Last first, so that the allocator can give the memory back.
+        while (line_count_ > 0)
+            lines_[--line_count_] = qmv::Block<char>();
+    }
+
+    [[nodiscard]] bool has_headers() const { return count_ > 1; }
+    [[nodiscard]] bool full() const { return count_ == records_.size(); }
+    [[nodiscard]] cgivar *records() { return records_.data(); }
+    [[nodiscard]] unsigned count() const { return static_cast<unsigned>(count_); }
+
+    /// Reads the header lines of the part from descriptor 0, up to its empty line.
+    void read_headers();
+
+  private:
+    bool add_header(char *line);
+    void add_parameters(cgivar *header, char *cursor);
+
+    cgivar *add(cgivar *parent, char *name, char *value) {
+        records_[count_] = {parent, name, value};
+        return &records_[count_++];
+    }
+
+    char name_[9] = "boundary";
+    std::array<cgivar, 6> records_;
+    size_t count_ = 1;
+    std::array<qmv::Block<char>, 5> lines_;
+    size_t line_count_ = 0;
+};
+
+char *skip_space(char *s) {
+    while (qmv::is_space(*s))
+        ++s;
+    return s;
+}
+
+void Batch::read_headers() {
+    while (line_count_ < lines_.size()) {
+        auto line = qmv::Block<char>::allocate(kLineSize);
+        if (!line)
+            qmv::cgi_fatal("cgidecode(): Couldn't malloc for multipart.\r");
+        const int length = full_line_read_fd(STDIN_FILENO, line.get(), kLineSize);
+        if (length < 0) {
+            line = qmv::Block<char>();
+            qmv::cgi_fatal("cgidecode(): Couldn't read multipart line from STDIN.\r");
+        }
+        if (length == 0)
+            return;
+        if (add_header(line.get()))
+            lines_[line_count_++] = std::move(line);
+    }
+}
+
+/// Makes records of a header line. False when the line is not kept.
+bool Batch::add_header(char *line) {
+    if (full() || ::strncasecmp(line, kHeaderStart.data(), kHeaderStart.size()) != 0)
+        return false;
+    char *colon = std::strchr(line + kHeaderStart.size(), ':');
+    if (colon == nullptr)
+        return false;
+    *colon = '\0';
+    cgivar *header = add(nullptr, line, skip_space(colon + 1));
+    char *semicolon = std::strchr(header->value, ';');
+    if (semicolon != nullptr) {
+        *semicolon = '\0';
+        add_parameters(header, semicolon + 1);
+    }
+    return true;
+}
+
+/// Makes records of the parameters name="value" behind a header's value, until one is malformed.
+void Batch::add_parameters(cgivar *header, char *cursor) {
+    while (!full()) {
+        char *name = skip_space(cursor);
+        char *equals = std::strchr(name, '=');
+        if (equals == nullptr || equals[1] != '"')
+            return;
+        char *value = equals + 2;
+        char *quote = std::strchr(value, '"');
+        if (quote == nullptr)
+            return;
+        *equals = '\0';
+        *quote = '\0';
+        add(header, name, value);
+        if (quote[1] != ';')
+            return;
+        cursor = quote + 2;
+    }
+}
+
+/// Hands one part to the callback, or skips it. Returns the part's result: 0 when another follows.
+int decode_part(void *ctx, char *boundary, cgivars_callback cb) {
+    Batch batch(boundary);
+    batch.read_headers();
+    if (cb == nullptr || !batch.has_headers())
+        return scan_boundary(STDIN_FILENO, boundary, 3, nullptr, nullptr);
+    return cb(ctx, batch.records(), batch.count(), CGI_MODE_MULTIPART);
+}
+
+}  // namespace
+
+namespace qmv {
+
+int decode_parts(void *ctx, char *boundary, cgivars_callback cb) {
+    if (cb != nullptr)
+        cb(ctx, Batch(boundary).records(), 1, CGI_MODE_MULTIPART);
+    while (decode_part(ctx, boundary, cb) == 0) {
+    }
+    return cb != nullptr ? cb(ctx, nullptr, 0, CGI_MODE_MULTIPART) : 0;
+}
+
+}  // namespace qmv

@@ -1,0 +1,60 @@
+# How the library and its tests are compiled and linked.
+include(CheckCXXCompilerFlag)
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "Debug, Release, RelWithDebInfo or MinSizeRel" FORCE)
+endif()
+set(QMV_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined")
+option(QMV_WERROR "Treat warnings as errors" OFF)
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+if(QMV_SANITIZE)
+    add_compile_options(-fsanitize=${QMV_SANITIZE} -fno-sanitize-recover=all
+                        -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${QMV_SANITIZE})
+endif()
+
+function(qmv_warnings target)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+                           $<$<BOOL:${QMV_WERROR}>:-Werror>)
+endfunction()
+
+# Flags that only some machines or compilers know.
+function(qmv_add_if_supported target flag)
+    string(MAKE_C_IDENTIFIER "QMV_HAS${flag}" has)
+    check_cxx_compiler_flag(${flag} ${has})
+    if(${has})
+        target_compile_options(${target} PRIVATE ${flag})
+    endif()
+endfunction()
+
+function(qmv_library_options target)
+    qmv_warnings(${target})
+    target_compile_definitions(${target} PRIVATE _GNU_SOURCE _FILE_OFFSET_BITS=64)
+    target_compile_options(${target} PRIVATE
+        -fno-exceptions -fno-rtti -fno-threadsafe-statics -fvisibility=hidden
+        -ffunction-sections -fdata-sections -fstack-protector-strong)
+    qmv_add_if_supported(${target} -fstack-clash-protection)
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+        qmv_add_if_supported(${target} -fcf-protection)
+    endif()
+    if(NOT QMV_SANITIZE)
+        target_compile_options(${target} PRIVATE
+            $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+    endif()
+endfunction()
+
+function(qmv_shared_link_options target)
+    target_link_options(${target} PRIVATE
+        -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/cmake/libqmv.map
+        # A program or another library that defines, say, crc32 does not take over this one's calls.
+        -Wl,-Bsymbolic-functions
+        -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--gc-sections -Wl,--as-needed
+        $<$<NOT:$<BOOL:${QMV_SANITIZE}>>:-Wl,-z,defs>)
+endfunction()

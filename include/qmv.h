@@ -1,0 +1,12 @@
+/* All of libqmv. */
+#ifndef QMV_H
+#define QMV_H
+
+#include <qmv/cgi.h>
+#include <qmv/html.h>
+#include <qmv/items.h>
+#include <qmv/types.h>
+#include <qmv/util.h>
+#include <qmv/widgets.h>
+
+#endif

@@ -1,0 +1,122 @@
+/*
+ * Files and text utilities: whole-length reading and writing of descriptors, lines, UTF-8 and
+ * UCS-2, bounded copies, the GSM 7-bit alphabet.
+ *
+ * Descriptor functions retry a call that a signal interrupted, leave errno as the failed call set
+ * it, and never close the descriptor that they are given. Counts are signed 32-bit.
+ */
+#ifndef QMV_UTIL_H
+#define QMV_UTIL_H
+
+#include <qmv/types.h>
+
+QMV_BEGIN_DECLS
+
+/* ---- Descriptors ---- */
+
+/// Reads up to `len` bytes, until they are all there or the input ends.
+/// @param fd    any readable descriptor
+/// @param buf   room for len bytes; after a failure its contents are undefined
+/// @param len   below 1: nothing is read
+/// @return
+///  - 0 to len: bytes read; fewer than len means that the input ended
+///  - -1: a read failed (EAGAIN included); bytes read before are lost to the caller
+int full_read_fd(int fd, void *buf, int len);
+
+/// Writes `len` bytes, in as many calls as it takes.
+/// @param fd    any writable descriptor
+/// @param buf   the bytes; may be null when len is below 1
+/// @param len   below 1: nothing is written
+/// @return
+///  - len (0 when len is below 1): all bytes were written
+///  - -1: a write failed; some bytes may have been written
+/// Intended: a write that accepts 0 bytes is tried again, without limit.
+int full_write_fd(int fd, const void *buf, int len);
+
+/// Copies the rest of one descriptor to another, 4096 bytes at a time.
+/// @return
+///  - 0 or more: bytes copied, at most 2147483647 even when more were
+///  - -1: a read or a write failed
+int full_copy_fd(int in_fd, int out_fd);
+
+/// Prints the file behind a descriptor, from its current position.
+/// Meant for regular files: one that reports no size, such as a pipe, prints nothing.
+/// @return
+///  - 0 or more: bytes printed, at most 2147483647 even when more were; 0 for an empty file
+///  - -1: fstat or a read failed, or stdout did not take the bytes
+int print_fd(int fd);
+
+/// Prints a file size for an HTML page: "1024&nbsp;Bytes", "1&nbsp;KiB".
+/// @param size   bytes; 1025 and more print as KiB, rounded down, everything else as bytes
+/// @return bytes printed, or negative when stdout failed
+int print_fsize(long long size);
+
+/// Reads one line that ends in CR LF, a byte at a time, and nothing behind it.
+/// A lone CR or LF belongs to the line.
+/// @param buf    receives the line without CR LF and a terminator; undefined unless the result is
+///               positive or an empty line was read
+/// @param size   bytes at `buf`, at least 2; the longest line has size - 2 bytes
+/// @return
+///  - above 0: length of the line
+///  - 0: an empty line, or the input ended before CR LF (what was read is lost)
+///  - -1: a null buffer, a size below 2, or a read failed
+/// Intended: a longer line is not returned in pieces; it is read to the end of the input.
+int full_line_read_fd(int fd, char *buf, unsigned size);
+
+/// Calls back for each line of a file.
+/// @param path       the file
+/// @param callback   receives ctx and the line with its newline, valid during the call and
+///                   changeable; its result is ignored; null: lines are read and dropped
+/// @return
+///  - 0: the whole file was read
+///  - -1: a null path, a file that cannot be opened or closed, or no memory (no line was read)
+int rd_file_line(const char *path, int (*callback)(void *ctx, char *line), void *ctx);
+
+/* ---- Text ---- */
+
+/// Decodes one UTF-8 character to a UCS-2 code and moves the cursor behind it.
+/// @param cursor   the text; null, or pointing to null: 0 is returned
+/// @param avail    bytes that may be read; 0xFFFFFFFF for a text that ends with a NUL
+/// @return
+///  - 1 to 0xFFFF: the character
+///  - 0: the end of the text, or an invalid sequence. The cursor stays at a NUL and at a sequence
+///    that `avail` cuts; it moves behind a stray continuation byte, a lead byte of four or more
+///    bytes, and a lead byte with what follows it up to the first byte that does not belong there.
+/// Intended: an ASCII byte where a continuation byte must stand is consumed with its lead byte;
+/// bytes of 0xC0 and above count as continuation bytes; overlong forms and surrogates are accepted.
+unsigned utf8_to_ucs2(const char **cursor, unsigned avail);
+
+/// Encodes the low 16 bits of a code as UTF-8, without a terminator.
+/// @param out    null: null is returned
+/// @param room   bytes free at `out`
+/// @return the place behind what was written: out itself when the 1 to 3 bytes do not fit
+char *ucs2_to_utf8(char *out, unsigned room, unsigned code);
+
+/// Counts the characters of a text.
+/// @param s           null: 0 is returned and byte_len is left alone
+/// @param max_chars   counting stops here
+/// @param byte_len    may be null; receives the bytes that the counted characters take
+/// @return characters counted; max_chars when an invalid sequence was met (intended: such a text
+///         counts as full; byte_len then includes that sequence)
+unsigned utf8_length(const char *s, unsigned max_chars, unsigned *byte_len);
+
+/// Copies a string into a buffer and always terminates it.
+/// @param size   bytes at `dst`, terminator included
+/// @return
+///  - 0 or more: length of the copy, which is whole
+///  - -1: a null argument or a size of 0 (nothing is written), or the copy was cut to size - 1
+int strsncpy(char *dst, unsigned size, const char *src);
+
+/// Tells how many septets a character takes in the GSM 7-bit alphabet.
+/// Two entries of the table are its own: U+00E7 stands in place of U+00C7, and U+00A0 is never
+/// encodable.
+/// @param code   UCS-2 code; only the low 16 bits count
+/// @return
+///  - 0: it cannot be encoded
+///  - 1: one septet
+///  - 2: two septets, an escape and another
+int check_ucs2_to_gsm(unsigned code);
+
+QMV_END_DECLS
+
+#endif

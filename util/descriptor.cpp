@@ -1,0 +1,124 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "qmv/util.h"
+#include "util/ascii.h"
+#include "util/owners.h"
+
+namespace {
+
+constexpr int kCopySize = 4096;
+
+}  // namespace
+
+int full_read_fd(int fd, void *buf, int len) {
+    auto *bytes = static_cast<char *>(buf);
+    int done = 0;
+    while (done < len) {
+        const ssize_t n = ::read(fd, bytes + done, static_cast<size_t>(len - done));
+        if (n == 0)
+            break;
+        if (n > 0)
+            done += static_cast<int>(n);
+        else if (errno != EINTR)
+            return -1;
+    }
+    return done;
+}
+
+int full_write_fd(int fd, const void *buf, int len) {
+    const auto *bytes = static_cast<const char *>(buf);
+    int done = 0;
+    while (done < len) {
+        const ssize_t n = ::write(fd, bytes + done, static_cast<size_t>(len - done));
+        // Intended: a write that accepts nothing is tried again.
+        if (n >= 0)
+            done += static_cast<int>(n);
+        else if (errno != EINTR)
+            return -1;
+    }
+    return done;
+}
+
+int full_copy_fd(int in_fd, int out_fd) {
+    char buffer[kCopySize];
+    long long total = 0;
+    for (;;) {
+        const int n = full_read_fd(in_fd, buffer, kCopySize);
+        if (n < 0)
+            return -1;
+        if (n == 0)
+            return qmv::clamp_to_int(total);
+        total += n;
+        if (full_write_fd(out_fd, buffer, n) < 0)
+            return -1;
+    }
+}
+
+int print_fd(int fd) {
+    struct stat info;
+    if (::fstat(fd, &info) != 0)
+        return -1;
+    const long long size = info.st_size;
+    const int request = static_cast<int>(std::min<long long>(size, kCopySize));
+    char buffer[kCopySize];
+    long long total = 0;
+    while (total < size) {
+        const int n = full_read_fd(fd, buffer, request);
+        if (n < 0)
+            return -1;
+        if (n == 0)
+            break;
+        if (std::fwrite(buffer, static_cast<size_t>(n), 1, stdout) != 1)
+            return -1;
+        total += n;
+    }
+    return qmv::clamp_to_int(total);
+}
+
+int print_fsize(long long size) {
+    const bool large = size > 1024;
+    return std::printf("%lld&nbsp;%s", large ? size >> 10 : size, large ? "KiB" : "Bytes");
+}
+
+int full_line_read_fd(int fd, char *buf, unsigned size) {
+    if (buf == nullptr || size < 2)
+        return -1;
+    const int first = full_read_fd(fd, buf, 2);
+    if (first < 1)
+        return first;
+    unsigned held = static_cast<unsigned>(first);
+    for (;;) {
+        // Once a byte was overwritten (held > size) the end of the line can no longer be seen.
+        if (held >= 2 && held <= size && buf[held - 2] == '\r' && buf[held - 1] == '\n') {
+            buf[held - 2] = '\0';
+            return qmv::clamp_to_int(held - 2);
+        }
+        const int n = full_read_fd(fd, buf + std::min(held, size - 1), 1);
+        if (n < 1)
+            return n;
+        if (held <= size)
+            ++held;
+    }
+}
+
+int rd_file_line(const char *path, int (*callback)(void *ctx, char *line), void *ctx) {
+    if (path == nullptr)
+        return -1;
+    std::FILE *file = std::fopen(path, "r");
+    if (file == nullptr)
+        return -1;
+    size_t capacity = 4096;
+    auto *line = static_cast<char *>(std::malloc(capacity));
+    const bool readable = line != nullptr;
+    while (readable && ::getline(&line, &capacity, file) > 0) {
+        if (callback != nullptr)
+            callback(ctx, line);
+    }
+    std::free(line);
+    const int closed = std::fclose(file);
+    return readable ? closed : -1;
+}
