@@ -19,7 +19,9 @@ int read_item_fd(int fd, char *buf, int size) {
     buf[length < 0 ? 0 : length] = '\0';
     if (length < 0)
         return length;
-    return static_cast<int>(std::find_if(buf, buf + length, qmv::is_control) - buf);
+    char *end = std::find_if(buf, buf + length, qmv::is_control);
+    *end = '\0';
+    return static_cast<int>(end - buf);
 }
 
 int read_item(const char *dir, const char *name, char *buf, int size) {
