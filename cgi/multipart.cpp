@@ -26,8 +26,8 @@ class DelimiterSearch {
           length_(qmv::clamp_to_int(boundary.size())),
           buffer_(std::max<size_t>(kChunkSize, boundary.size() + kDelimiterStart.size())) {}
 
-    /// Hands the content to the writer. True when the delimiter was read, false when the input ended
-    /// or failed before.
+    /// Hands the content to the writer. True when the delimiter was read, false when the input
+    /// ended or failed before.
     bool run() {
         if (!buffer_)
             return false;

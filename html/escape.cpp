@@ -18,26 +18,25 @@ constexpr unsigned kFirstNamed = 160;
 // Entity names of the code points 160 to 255. A name that fills its slot would lack its terminator,
 // so none does.
 constexpr char kNames[][8] = {
-    "nbsp",   "iexcl",  "cent",   "pound",  "curren", "yen",    "brvbar", "sect",
-    "uml",    "copy",   "ordf",   "laquo",  "not",    "shy",    "reg",    "macr",
-    "deg",    "plusmn", "sup2",   "sup3",   "acute",  "micro",  "para",   "middot",
-    "cedil",  "sup1",   "ordm",   "raquo",  "frac14", "frac12", "frac34", "iquest",
-    "Agrave", "Aacute", "Acirc",  "Atilde", "Auml",   "Aring",  "AElig",  "Ccedil",
-    "Egrave", "Eacute", "Ecirc",  "Euml",   "Igrave", "Iacute", "Icirc",  "Iuml",
-    "ETH",    "Ntilde", "Ograve", "Oacute", "Ocirc",  "Otilde", "Ouml",   "times",
-    "Oslash", "Ugrave", "Uacute", "Ucirc",  "Uuml",   "Yacute", "THORN",  "szlig",
-    "agrave", "aacute", "acirc",  "atilde", "auml",   "aring",  "aelig",  "ccedil",
-    "egrave", "eacute", "ecirc",  "euml",   "igrave", "iacute", "icirc",  "iuml",
-    "eth",    "ntilde", "ograve", "oacute", "ocirc",  "otilde", "ouml",   "divide",
-    "oslash", "ugrave", "uacute", "ucirc",  "uuml",   "yacute", "thorn",  "yuml",
+    "nbsp",   "iexcl",  "cent",   "pound",  "curren", "yen",    "brvbar", "sect",   "uml",
+    "copy",   "ordf",   "laquo",  "not",    "shy",    "reg",    "macr",   "deg",    "plusmn",
+    "sup2",   "sup3",   "acute",  "micro",  "para",   "middot", "cedil",  "sup1",   "ordm",
+    "raquo",  "frac14", "frac12", "frac34", "iquest", "Agrave", "Aacute", "Acirc",  "Atilde",
+    "Auml",   "Aring",  "AElig",  "Ccedil", "Egrave", "Eacute", "Ecirc",  "Euml",   "Igrave",
+    "Iacute", "Icirc",  "Iuml",   "ETH",    "Ntilde", "Ograve", "Oacute", "Ocirc",  "Otilde",
+    "Ouml",   "times",  "Oslash", "Ugrave", "Uacute", "Ucirc",  "Uuml",   "Yacute", "THORN",
+    "szlig",  "agrave", "aacute", "acirc",  "atilde", "auml",   "aring",  "aelig",  "ccedil",
+    "egrave", "eacute", "ecirc",  "euml",   "igrave", "iacute", "icirc",  "iuml",   "eth",
+    "ntilde", "ograve", "oacute", "ocirc",  "otilde", "ouml",   "divide", "oslash", "ugrave",
+    "uacute", "ucirc",  "uuml",   "yacute", "thorn",  "yuml",
 };
 static_assert(std::size(kNames) == 256 - kFirstNamed);
 
 constexpr size_t kLongestEntity = 8;  // "&#65535;"
 
 /// Where html_asprint_text() grows its string: in steps, as soon as fewer bytes than this are free.
-constexpr int kGrowth = 4096;
-constexpr int kReserve = 16;
+constexpr size_t kGrowth = 4096;
+constexpr size_t kReserve = 16;
 
 /// The name of a markup character, or an empty text.
 constexpr std::string_view markup_name(unsigned cp) {
@@ -170,29 +169,24 @@ int html_print_text_limit(unsigned max_chars, const char *utf8, unsigned max_byt
 int html_asprint_text(char **out, const char *utf8) {
     if (out == nullptr || utf8 == nullptr)
         return -1;
-    int capacity = kGrowth;
-    int length = 0;
-    auto text = qmv::Block<char>::allocate(static_cast<size_t>(capacity));
+    size_t capacity = kGrowth;
+    size_t length = 0;
+    auto text = qmv::Block<char>::allocate(capacity);
     if (!text)
         return -1;
     while (*utf8 != '\0') {
         if (capacity - length < kReserve) {
-            if (capacity > INT_MAX - kGrowth)
+            if (capacity + kGrowth > INT_MAX || !text.resize(capacity + kGrowth))
                 break;
-            void *grown = std::realloc(text.get(), static_cast<size_t>(capacity + kGrowth));
-            if (grown == nullptr)
-                break;
-            (void)text.release();
-            text = qmv::Block<char>(static_cast<char *>(grown));
             capacity += kGrowth;
         }
-        length += html_entity_encode(reinterpret_cast<unsigned char *>(text.get() + length),
-                                     utf8_to_ucs2(&utf8, qmv::kNoLimit));
+        auto *end = reinterpret_cast<unsigned char *>(text.get() + length);
+        length += static_cast<size_t>(html_entity_encode(end, utf8_to_ucs2(&utf8, qmv::kNoLimit)));
     }
-    text[static_cast<size_t>(length)] = '\0';
+    text[length] = '\0';
     *out = text.release();
     // Intended: the size of the memory, not the length of the text.
-    return capacity;
+    return static_cast<int>(capacity);
 }
 
 int html_print_text_nl(const char *utf8) {

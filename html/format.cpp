@@ -13,8 +13,8 @@ constexpr std::string_view kFlags = "-+ #0'";
 constexpr std::string_view kIntegers = "diouxX";
 constexpr int kUnset = -1;
 
-/// The conversion of one integer as the standard formatter gets it: nothing of the original text but
-/// flags, width, precision and the letter can reach it.
+/// The conversion of one integer as the standard formatter gets it: nothing of the original text
+/// but flags, width, precision and the letter can reach it.
 class IntegerSpec {
   public:
     /// Takes in the characters between "%" and the conversion letter, dropping what is none of its.
@@ -78,7 +78,8 @@ int print_integer(const char *spec, unsigned spec_len, int value) {
     return IntegerSpec(between).print(text.back(), value);
 }
 
-/// Prints one format. The arguments are a member because a va_list cannot be handed on by reference.
+/// Prints one format. The arguments are a member because a va_list cannot be handed on by
+/// reference.
 class Formatter {
   public:
     explicit Formatter(bool raw) : raw_(raw) {}
@@ -102,8 +103,7 @@ class Formatter {
     void add(int count) { printed_ += count > 0 ? static_cast<unsigned>(count) : 0; }
 
     void print_literal(const char *text, unsigned length) {
-        add(raw_ ? print_mem(text, length)
-                 : html_print_text_limit(qmv::kNoLimit, text, length));
+        add(raw_ ? print_mem(text, length) : html_print_text_limit(qmv::kNoLimit, text, length));
     }
 
     /// Prints one conversion. Returns the format behind it, or null when the format ended in it.

@@ -13,10 +13,12 @@
 
 namespace {
 
-/// Opens a file to copy into the page. A missing file copies nothing, but only descriptor 0, which is
-/// standard input unless that was closed, counts as a failure. Intended: so the tags around a missing
-/// file are printed.
-qmv::Descriptor open_file(const char *path) { return qmv::Descriptor(::open(path, O_RDONLY)); }
+/// Opens a file to copy into the page. A missing file copies nothing, but only descriptor 0, which
+/// is standard input unless that was closed, counts as a failure. Intended: so the tags around a
+/// missing file are printed.
+qmv::Descriptor open_file(const char *path) {
+    return qmv::Descriptor(::open(path, O_RDONLY));
+}
 
 int print_script_tag(unsigned how) {
     const unsigned tags = how & (HEAD_SCRIPT_OPEN | HEAD_SCRIPT_CLOSE);
@@ -108,7 +110,9 @@ int print_refresh(const char *header1, const char *header2, unsigned seconds, co
     return print_str("</head>\r\n</html>\r\n");
 }
 
-int print_foot() { return print_str("</body>\r\n</html>\r\n"); }
+int print_foot() {
+    return print_str("</body>\r\n</html>\r\n");
+}
 
 int print_timeline(const char *dir, const char *name, unsigned size, const char *text) {
     print_str("<table class=\"HeadTable\"><tr><td class=\"HeadLeft\">");

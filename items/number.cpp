@@ -24,7 +24,9 @@ class NumberText {
 
 }  // namespace
 
-unsigned str_to_uint(const char *s) { return s != nullptr ? qmv::take_decimal(s) : 0; }
+unsigned str_to_uint(const char *s) {
+    return s != nullptr ? qmv::take_decimal(s) : 0;
+}
 
 int str_to_sint(const char *s) {
     if (s == nullptr || *s != '-')

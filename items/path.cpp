@@ -24,14 +24,18 @@ void join(char *out, std::string_view dir, std::string_view name) {
     out[name.size()] = '\0';
 }
 
-int open_path(const char *path, int flags, unsigned mode) { return ::open(path, flags, mode); }
+int open_path(const char *path, int flags, unsigned mode) {
+    return ::open(path, flags, mode);
+}
 
 int stat_path(const char *path, int /*unused*/, unsigned /*unused*/) {
     struct stat discarded;
     return ::stat(path, &discarded);
 }
 
-int unlink_path(const char *path, int /*unused*/, unsigned /*unused*/) { return ::unlink(path); }
+int unlink_path(const char *path, int /*unused*/, unsigned /*unused*/) {
+    return ::unlink(path);
+}
 
 }  // namespace
 

@@ -20,8 +20,7 @@ constexpr unsigned kItemMode = 0666;
 /// A number as an item holds it.
 class Decimal {
   public:
-    explicit Decimal(unsigned value)
-        : length_(std::snprintf(text_, sizeof text_, "%u", value)) {}
+    explicit Decimal(unsigned value) : length_(std::snprintf(text_, sizeof text_, "%u", value)) {}
     [[nodiscard]] const char *text() const { return text_; }
     [[nodiscard]] int length() const { return length_; }
 

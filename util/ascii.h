@@ -10,8 +10,12 @@ namespace qmv {
 /// Stands for "no limit" wherever characters or bytes are counted.
 inline constexpr unsigned kNoLimit = 0xFFFFFFFF;
 
-constexpr bool is_digit(char c) { return c >= '0' && c <= '9'; }
-constexpr bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+constexpr bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+constexpr bool is_space(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
 
 /// 0x00 to 0x1F and 0x7F; not the bytes of UTF-8 characters, whether char is signed or not.
 constexpr bool is_control(char c) {

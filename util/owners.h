@@ -54,6 +54,18 @@ class [[nodiscard]] Block {
         return Block(static_cast<T *>(std::malloc(bytes > 0 ? bytes : 1)));
     }
 
+    /// Changes the number of elements, keeping what is there. False, and no change, without memory.
+    bool resize(std::size_t count) {
+        std::size_t bytes = 0;
+        if (__builtin_mul_overflow(count, sizeof(T), &bytes) || bytes == 0)
+            return false;
+        void *moved = std::realloc(data_, bytes);
+        if (moved == nullptr)
+            return false;
+        data_ = static_cast<T *>(moved);
+        return true;
+    }
+
     [[nodiscard]] T *get() const { return data_; }
     [[nodiscard]] T *release() { return std::exchange(data_, nullptr); }
     T &operator[](std::size_t index) const { return data_[index]; }

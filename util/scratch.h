@@ -11,7 +11,7 @@ namespace qmv {
 class [[nodiscard]] Scratch {
   public:
     explicit Scratch(std::size_t size)
-        : heap_(size > sizeof page_ ? Block<char>::allocate(size) : Block<char>()),
+        : heap_(size > sizeof page_ ? static_cast<char *>(std::malloc(size)) : nullptr),
           data_(size > sizeof page_ ? heap_.get() : page_) {
         if (data_ != nullptr)
             data_[0] = '\0';

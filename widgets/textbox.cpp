@@ -59,8 +59,9 @@ class TextCollector {
     unsigned chars_ = 0;
 };
 
-/// A buffer in which the characters of a posted value can be collected. An overlong sequence can take
-/// one byte more than it had, so there is room for one more than the value has, and a terminator.
+/// A buffer in which the characters of a posted value can be collected. An overlong sequence can
+/// take one byte more than it had, so there is room for one more than the value has, and a
+/// terminator.
 class PostedText {
   public:
     PostedText(const char *value, textbox_filter filter)
@@ -88,10 +89,10 @@ class BoxText {
   public:
     BoxText(const char *dir, const char *name, unsigned maxchars, unsigned flags)
         : buffer_(static_cast<size_t>(byte_limit(maxchars)) + 1),
-          flags_(buffer_ ? rd_textbox_item(dir, name, buffer_.get(),
-                                           static_cast<unsigned>(byte_limit(maxchars)), maxchars,
-                                           flags)
-                         : flags | PRINT_DISABLED) {}
+          flags_(buffer_
+                     ? rd_textbox_item(dir, name, buffer_.get(),
+                                       static_cast<unsigned>(byte_limit(maxchars)), maxchars, flags)
+                     : flags | PRINT_DISABLED) {}
 
     [[nodiscard]] const char *text() { return buffer_ ? buffer_.get() : ""; }
     [[nodiscard]] unsigned flags() const { return flags_; }
@@ -109,9 +110,8 @@ void print_value(unsigned size, const char *value, unsigned flags) {
         return;
     }
     // Intended: a disabled box does not even show how long its value is.
-    const int bullets = (flags & PRINT_DISABLED) != 0
-                            ? width
-                            : static_cast<int>(utf8_length(value, size, nullptr));
+    const int bullets =
+        (flags & PRINT_DISABLED) != 0 ? width : static_cast<int>(utf8_length(value, size, nullptr));
     html_printf(1, " value=\"%*c\"", bullets, kBullet);
     if ((flags & PRINT_DATA_VALUE) != 0)
         html_printf(1, " data-value=\"%*s\"", bullets, value);

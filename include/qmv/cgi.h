@@ -35,7 +35,8 @@ QMV_BEGIN_DECLS
 /// all behind "boundary=", quotes included.
 int getcgivars(void *ctx, cgivars_callback body_cb, cgivars_callback query_cb);
 
-/// Decodes one text of variables, or reads a multipart body from descriptor 0. Used by getcgivars().
+/// Decodes one text of variables, or reads a multipart body from descriptor 0. Used by
+/// getcgivars().
 /// @param text   changed in place; in mode CGI_MODE_MULTIPART the boundary. Null, or empty in the
 ///               other modes: 0 is returned without a call
 /// @param cb     may be null: variables are counted, parts are skipped

@@ -16,9 +16,9 @@ QMV_BEGIN_DECLS
 
 /// What print_head_script() prints and how it takes its text.
 enum qmv_head_script {
-    HEAD_SCRIPT_OPEN = 0x1,  ///< print the opening tag
-    HEAD_SCRIPT_CLOSE = 0x2, ///< print the closing tag
-    HEAD_SCRIPT_FILE = 0x4   ///< the text is the path of a file to copy
+    HEAD_SCRIPT_OPEN = 0x1,   ///< print the opening tag
+    HEAD_SCRIPT_CLOSE = 0x2,  ///< print the closing tag
+    HEAD_SCRIPT_FILE = 0x4    ///< the text is the path of a file to copy
 };
 
 /* ---- Text ---- */
@@ -171,7 +171,7 @@ int print_head_script(unsigned how, const char *script);
 int print_head_css(const char *path, ...);
 
 /// Prints a meta element that loads a page after some seconds.
-/// @param url_fmt   printf format of the address, printed raw; null: the page itself is loaded again
+/// @param url_fmt   printf format of the address, printed raw; null: this page again
 /// @return result of the last piece printed
 /// Intended: when the address cannot be formatted, the tag is left open.
 int print_head_refresh(unsigned seconds, const char *url_fmt, ...) QMV_PRINTF(2, 3);

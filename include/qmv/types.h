@@ -40,45 +40,45 @@ QMV_BEGIN_DECLS
 /// Print flags: one unsigned 32-bit word of attributes and behaviour that every widget and printer
 /// takes. print_flags() prints the attributes; the bits described as "no text" are read elsewhere.
 enum qmv_print_flags {
-    PRINT_DISABLED = 0x1,      ///< " disabled"
-    PRINT_CHECKED = 0x2,       ///< " checked"
-    PRINT_READONLY = 0x4,      ///< " readonly"
-    PRINT_SELECTED = 0x8,      ///< " selected"
-    PRINT_PASSWORD = 0x10,     ///< no text: a text box of type "password", its value as bullets
-    PRINT_MASKED = 0x20,       ///< no text: a text box shows its value as bullets
-    PRINT_DATA_VALUE = 0x40,   ///< no text: a bulleted box prints its real value in data-value
-    PRINT_DISPLAY_NONE = 0x80, ///< " style=\"display: none;\""
-    PRINT_HIDDEN = 0x100,      ///< " style=\"visibility: hidden;\""
-    PRINT_SUBMIT = 0x200,      ///< no text: a button submits its form
+    PRINT_DISABLED = 0x1,       ///< " disabled"
+    PRINT_CHECKED = 0x2,        ///< " checked"
+    PRINT_READONLY = 0x4,       ///< " readonly"
+    PRINT_SELECTED = 0x8,       ///< " selected"
+    PRINT_PASSWORD = 0x10,      ///< no text: a text box of type "password", its value as bullets
+    PRINT_MASKED = 0x20,        ///< no text: a text box shows its value as bullets
+    PRINT_DATA_VALUE = 0x40,    ///< no text: a bulleted box prints its real value in data-value
+    PRINT_DISPLAY_NONE = 0x80,  ///< " style=\"display: none;\""
+    PRINT_HIDDEN = 0x100,       ///< " style=\"visibility: hidden;\""
+    PRINT_SUBMIT = 0x200,       ///< no text: a button submits its form
 
-    PRINT_AUTOCOMPLETE_OFF = 0x400,     ///< " autocomplete=\"off\""
-    PRINT_AUTOCOMPLETE_ON = 0x800,      ///< " autocomplete=\"on\""
-    PRINT_AUTOCOMPLETE_DEFAULT = 0xC00, ///< " autocomplete=\"default\""; also the field's mask
+    PRINT_AUTOCOMPLETE_OFF = 0x400,      ///< " autocomplete=\"off\""
+    PRINT_AUTOCOMPLETE_ON = 0x800,       ///< " autocomplete=\"on\""
+    PRINT_AUTOCOMPLETE_DEFAULT = 0xC00,  ///< " autocomplete=\"default\""; also the field's mask
 
-    PRINT_PRE = 0x1000,             ///< no text: shell output goes into a pre element
-    PRINT_COMMENT = 0x2000,         ///< no text: shell output goes into a comment
-    PRINT_RAW = 0x4000,             ///< no text: print_xstr() does not escape
-    PRINT_EMPTY_CHOICE = 0x8000,    ///< no text: a certificate select box offers an empty choice
-    PRINT_WINDOWS_CLIENT = 0x10000, ///< no text: print_xstr() prints raw text with CR LF
-    PRINT_QUIET = 0x20000,          ///< no text: a shell command's output is not printed
-    PRINT_SIZE = 0x40000,           ///< no text: a text box prints a size attribute
-    PRINT_JSON_COMMA = 0x80000      ///< no text: the next JSON member begins with ", "
+    PRINT_PRE = 0x1000,              ///< no text: shell output goes into a pre element
+    PRINT_COMMENT = 0x2000,          ///< no text: shell output goes into a comment
+    PRINT_RAW = 0x4000,              ///< no text: print_xstr() does not escape
+    PRINT_EMPTY_CHOICE = 0x8000,     ///< no text: a certificate select box offers an empty choice
+    PRINT_WINDOWS_CLIENT = 0x10000,  ///< no text: print_xstr() prints raw text with CR LF
+    PRINT_QUIET = 0x20000,           ///< no text: a shell command's output is not printed
+    PRINT_SIZE = 0x40000,            ///< no text: a text box prints a size attribute
+    PRINT_JSON_COMMA = 0x80000       ///< no text: the next JSON member begins with ", "
 };
 
 /// What a batch of request variables holds; the last argument of a cgivars_callback.
 enum qmv_cgi_mode {
-    CGI_MODE_QUERY = 0,      ///< QUERY_STRING of a GET or HEAD request
-    CGI_MODE_POST_QUERY = 1, ///< QUERY_STRING of a POST request
-    CGI_MODE_URLENCODED = 2, ///< an application/x-www-form-urlencoded body
-    CGI_MODE_MULTIPART = 3   ///< the first call, one part, or the end of a multipart body
+    CGI_MODE_QUERY = 0,       ///< QUERY_STRING of a GET or HEAD request
+    CGI_MODE_POST_QUERY = 1,  ///< QUERY_STRING of a POST request
+    CGI_MODE_URLENCODED = 2,  ///< an application/x-www-form-urlencoded body
+    CGI_MODE_MULTIPART = 3    ///< the first call, one part, or the end of a multipart body
 };
 
 /// One decoded request variable. Its strings belong to the decoder, live only during the callback,
 /// and may be changed by it.
 struct cgivar {
-    struct cgivar *parent; ///< for a header's parameter the record of that header, else null
-    char *name;            ///< never null
-    char *value;           ///< never null; empty for a variable without "="
+    struct cgivar *parent;  ///< for a header's parameter the record of that header, else null
+    char *name;             ///< never null
+    char *value;            ///< never null; empty for a variable without "="
 };
 
 /// Takes one batch of variables.

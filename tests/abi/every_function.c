@@ -1,4 +1,5 @@
-/* Calls every function of the library from C99, each with a result that can be told from outside. */
+/* Calls every function of the library from C99, each with a result that can be told from outside.
+ */
 #define _GNU_SOURCE
 #include <fcntl.h>
 #include <qmv.h>

@@ -50,9 +50,13 @@ AllocationFailure::AllocationFailure(int succeed) {
     remaining = succeed;
 }
 
-AllocationFailure::~AllocationFailure() { remaining = kAll; }
+AllocationFailure::~AllocationFailure() {
+    remaining = kAll;
+}
 
-int AllocationFailure::failed() const { return refused; }
+int AllocationFailure::failed() const {
+    return refused;
+}
 
 }  // namespace qmv_test
 

@@ -59,9 +59,13 @@ std::string captured(std::FILE *stream, const std::function<void()> &call) {
 
 }  // namespace
 
-std::string printed(const std::function<void()> &call) { return captured(stdout, call); }
+std::string printed(const std::function<void()> &call) {
+    return captured(stdout, call);
+}
 
-std::string printed_error(const std::function<void()> &call) { return captured(stderr, call); }
+std::string printed_error(const std::function<void()> &call) {
+    return captured(stderr, call);
+}
 
 int open_descriptors() {
     int count = 0;
@@ -82,7 +86,9 @@ TempDir::~TempDir() {
     std::filesystem::remove_all(path_, ignored);
 }
 
-std::string TempDir::file(std::string_view name) const { return path_ + "/" + std::string(name); }
+std::string TempDir::file(std::string_view name) const {
+    return path_ + "/" + std::string(name);
+}
 
 std::string TempDir::write(std::string_view name, std::string_view content) const {
     std::ofstream(file(name), std::ios::binary | std::ios::trunc) << content;
@@ -106,9 +112,13 @@ InputFile::InputFile(std::string_view content) : fd_(nameless_file()) {
     ::lseek(fd_, 0, SEEK_SET);
 }
 
-InputFile::~InputFile() { ::close(fd_); }
+InputFile::~InputFile() {
+    ::close(fd_);
+}
 
-std::string InputFile::rest() const { return read_all(fd_); }
+std::string InputFile::rest() const {
+    return read_all(fd_);
+}
 
 InputPipe::InputPipe(std::string_view content, std::size_t piece) {
     int ends[2];
@@ -130,7 +140,9 @@ InputPipe::~InputPipe() {
     ::waitpid(pid_, nullptr, 0);
 }
 
-std::string InputPipe::rest() const { return read_all(fd_); }
+std::string InputPipe::rest() const {
+    return read_all(fd_);
+}
 
 ChildResult run_child(std::string_view input, const std::function<int()> &call) {
     const InputFile in(input);

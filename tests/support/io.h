@@ -80,12 +80,12 @@ class InputPipe {
 
 /// What a process that ran a function left behind.
 struct ChildResult {
-    int status;         ///< exit status, or -1 when a signal ended it
-    std::string output; ///< what it wrote to stdout
+    int status;          ///< exit status, or -1 when a signal ended it
+    std::string output;  ///< what it wrote to stdout
 };
 
-/// Runs a function in a process of its own, with `input` as its standard input, and exits there with
-/// the function's result. exit() in the function ends the process, too.
+/// Runs a function in a process of its own, with `input` as its standard input, and exits there
+/// with the function's result. exit() in the function ends the process, too.
 ChildResult run_child(std::string_view input, const std::function<int()> &call);
 
 }  // namespace qmv_test
