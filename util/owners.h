@@ -21,6 +21,7 @@ class [[nodiscard]] Descriptor {
     ~Descriptor() { close_now(); }
 
     [[nodiscard]] int get() const { return fd_; }
+    int release() { return std::exchange(fd_, -1); }
 
     void close_now() {
         if (fd_ < 0)

@@ -14,17 +14,12 @@
 #include "util/ascii.h"
 #include "util/scratch.h"
 #include "widgets/tag.h"
+#include "widgets/text.h"
 
 namespace {
 
 constexpr unsigned kBullet = 0x2022;
-constexpr unsigned kBytesPerChar = 3;
 constexpr unsigned kConcealed = PRINT_PASSWORD | PRINT_MASKED;
-
-/// Bytes that a text of so many characters can take.
-int byte_limit(unsigned maxchars) {
-    return qmv::clamp_to_int(static_cast<unsigned long long>(maxchars) * kBytesPerChar);
-}
 
 /// Takes the characters of a text box one by one into a buffer of `room` bytes and a terminator.
 class TextCollector {
@@ -88,11 +83,11 @@ class PostedText {
 class BoxText {
   public:
     BoxText(const char *dir, const char *name, unsigned maxchars, unsigned flags)
-        : buffer_(static_cast<size_t>(byte_limit(maxchars)) + 1),
-          flags_(buffer_
-                     ? rd_textbox_item(dir, name, buffer_.get(),
-                                       static_cast<unsigned>(byte_limit(maxchars)), maxchars, flags)
-                     : flags | PRINT_DISABLED) {}
+        : buffer_(static_cast<size_t>(qmv::byte_limit(maxchars)) + 1),
+          flags_(buffer_ ? rd_textbox_item(dir, name, buffer_.get(),
+                                           static_cast<unsigned>(qmv::byte_limit(maxchars)),
+                                           maxchars, flags)
+                         : flags | PRINT_DISABLED) {}
 
     [[nodiscard]] const char *text() { return buffer_ ? buffer_.get() : ""; }
     [[nodiscard]] unsigned flags() const { return flags_; }
@@ -129,11 +124,10 @@ int gen_xtextbox(int size, const char *value, unsigned flags, const char *format
 
 int vgen_xtextbox(int size, const char *value, unsigned flags, const char *format, va_list args) {
     const unsigned limit = size < 0 ? INT_MAX : static_cast<unsigned>(size);
-    std::printf("<input type=\"%s\"", (flags & PRINT_PASSWORD) != 0 ? "password" : "text");
+    qmv::open_input((flags & PRINT_PASSWORD) != 0 ? "password" : "text");
     if ((flags & PRINT_SIZE) != 0)
         std::printf(" size=\"%u\"", limit);
-    if ((flags & PRINT_READONLY) == 0)
-        std::printf(" maxlength=\"%u\"", limit);
+    qmv::print_maxlength(limit, flags);
     print_value(limit, value, flags);
     return qmv::close_tag(flags, format, args);
 }
@@ -156,7 +150,7 @@ int scan_textbox(const char *in, unsigned maxchars, unsigned minchars, char *out
 }
 
 int update_textbox(const char *dir, const char *name, const char *value, unsigned maxchars) {
-    return update_item(dir, name, value, byte_limit(maxchars));
+    return update_item(dir, name, value, qmv::byte_limit(maxchars));
 }
 
 int update_textbox_item(const char *dir, const char *name, const char *value, unsigned maxchars,
@@ -180,10 +174,8 @@ unsigned rd_textbox_item(const char *dir, const char *name, char *buf, unsigned 
     if (buf == nullptr)
         return flags | PRINT_DISABLED;
     const int length = read_item(dir, name, buf, qmv::clamp_to_int(bufsize));
-    unsigned kept = 0;
-    utf8_length(buf, maxchars, &kept);
-    buf[kept] = '\0';
-    return length < 0 ? flags | PRINT_DISABLED : flags;
+    qmv::cut_text(buf, maxchars);
+    return qmv::flags_after_read(length, flags);
 }
 
 unsigned gen_xtextbox_item(const char *dir, const char *name, unsigned maxchars, unsigned flags,
@@ -201,7 +193,7 @@ unsigned gen_json_text(const char *value, const char *name, unsigned flags) {
         return flags;
     print_json_flags(flags);
     if (value == nullptr || (flags & PRINT_DISABLED) != 0)
-        std::printf("\"%s\": null", name);
+        qmv::print_json_null(name);
     else
         std::printf("\"%s\": \"%s\"", name, value);
     return flags | PRINT_JSON_COMMA | (value == nullptr ? PRINT_DISABLED : 0);

@@ -225,6 +225,71 @@ int write_item_uint(const char *dir, const char *name, unsigned value);
 ///  - -1: a null directory or name, no memory, or the item does not exist or cannot be written
 int write_item_text(const char *dir, const char *name, const char *text);
 
+/* ---- Row tables ---- */
+
+/// What every row of a table begins with. The program declares its row type with this as its first
+/// member, and what a row holds behind it.
+typedef struct xtable_row {
+    struct xtable_row *prev;
+    struct xtable_row *next;
+    uint32_t number;  ///< position in the table, from 1
+} xtable_row;
+
+/// An ordered table of rows in memory, owned by the caller, who sets both pointers to null first.
+/// Its rows come from malloc. A page addresses a row by its number.
+typedef struct xtable {
+    xtable_row *first;
+    xtable_row *last;
+} xtable;
+
+/// Allocates a row, fills it with zeros, appends it and numbers the table.
+/// @param size   bytes of the whole row; at least those of an xtable_row are allocated
+/// @return the row, which belongs to the table; null for a null table or without memory
+xtable_row *xtable_new_row(xtable *table, unsigned size);
+
+/// Appends a row that came from malloc, without numbering. A null argument does nothing.
+void xtable_add_row(xtable *table, xtable_row *row);
+
+/// Numbers the rows from 1.
+/// @return number of rows; 0 for a null or empty table
+unsigned xtable_index_row(xtable *table);
+
+/// Finds a row by its number.
+/// @return the first row with that number; null when there is none
+xtable_row *xtable_search_row(xtable *table, unsigned number);
+
+/// Swaps a row with the one in front of it and numbers the table.
+/// @return
+///  - 1: done
+///  - 0: there is no such row, or it is the first
+int xtable_move_up_row(xtable *table, unsigned number);
+
+/// Swaps a row with the one behind it and numbers the table.
+/// @return
+///  - 1: done
+///  - 0: there is no such row, or it is the last
+int xtable_move_dn_row(xtable *table, unsigned number);
+
+/// Takes a row out of its table and frees it, without numbering. A null argument does nothing.
+void xtable_rm_row(xtable *table, xtable_row *row);
+
+/// Removes a row by its number, frees it and numbers the table.
+/// @return
+///  - 1: done
+///  - 0: there is no such row
+int xtable_del_row(xtable *table, unsigned number);
+
+/// Sorts the rows with qsort and numbers the table. Rows that compare equal may change order.
+/// @param width     sizeof(xtable_row *): any other width leaves the order as it is
+/// @param compare   receives two pointers to row pointers; null leaves the order as it is
+/// @return
+///  - 1: the rows are sorted, or there was no memory and the order is as it was
+///  - 0: a null or empty table
+int xtable_sort(xtable *table, unsigned width, int (*compare)(const void *, const void *));
+
+/// Frees all rows and empties the table. Null does nothing.
+void xtable_cleanup(xtable *table);
+
 QMV_END_DECLS
 
 #endif

@@ -1,6 +1,6 @@
 /*
  * Files and text utilities: whole-length reading and writing of descriptors, lines, UTF-8 and
- * UCS-2, bounded copies, the GSM 7-bit alphabet.
+ * UCS-2, bounded copies, the GSM 7-bit alphabet, base64, CRC-32.
  *
  * Descriptor functions retry a call that a signal interrupted, leave errno as the failed call set
  * it, and never close the descriptor that they are given. Counts are signed 32-bit.
@@ -116,6 +116,34 @@ int strsncpy(char *dst, unsigned size, const char *src);
 ///  - 1: one septet
 ///  - 2: two septets, an escape and another
 int check_ucs2_to_gsm(unsigned code);
+
+/* ---- Base64 and CRC-32 ---- */
+
+/// Encodes bytes as base64, without line breaks, and terminates the text.
+/// @param out        room for out_size bytes; nothing is written on failure
+/// @param out_size   at least (in_len + 2) / 3 * 4 + 1
+/// @param in_len     negative: 0
+/// @return
+///  - 0 or more: length of the text, without the terminator
+///  - -1: a null argument, or out_size is too small
+int base64_encode(char *out, int out_size, const unsigned char *in, int in_len);
+
+/// Decodes base64. Characters that are not part of it, line breaks and blanks among them, are
+/// skipped.
+/// @param out        room for out_size bytes, not terminated; undefined after a failure
+/// @param in_len     characters of `in`; below 1: nothing is decoded
+/// @return
+///  - 0 or more: bytes written
+///  - -1: a null argument, an incomplete last group, more than three "=", or text behind a "="
+///  - -2: out_size is too small
+int base64_decode(unsigned char *out, int out_size, const char *in, int in_len);
+
+/// Updates a CRC-32 (IEEE 802.3) with more bytes, without inverting: the usual CRC of a text is the
+/// complement of crc32(0xFFFFFFFF, text, length).
+/// @param buf   null: crc is returned
+/// @param len   below 1: crc is returned
+/// @return the new CRC
+unsigned crc32(unsigned crc, const unsigned char *buf, int len);
 
 QMV_END_DECLS
 

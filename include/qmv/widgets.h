@@ -25,6 +25,7 @@
 #define QMV_WIDGETS_H
 
 #include <qmv/types.h>
+#include <sys/socket.h>
 
 QMV_BEGIN_DECLS
 
@@ -124,6 +125,472 @@ int update_password_item(const char *dir, const char *name, const char *value, u
 ///  - 0: the item is empty
 ///  - -1: it cannot be read
 int gen_text_item(const char *dir, const char *name);
+
+/* ---- Character filters of text boxes ---- */
+/*
+ * Each returns 1 to keep a character, 0 to drop it, and looks at its low 16 bits only. A rule for
+ * the beginning holds until a first character is kept: all leading ones are dropped.
+ */
+
+/// Keeps ASCII letters and digits.
+int textbox_filter_alnum(unsigned pos, unsigned ch);
+
+/// Keeps ASCII digits.
+int textbox_filter_digit(unsigned pos, unsigned ch);
+
+/// Keeps 0x21 to 0x7E but not the quotation mark, apostrophe and grave accent.
+int textbox_filter_ascii_printable(unsigned pos, unsigned ch);
+
+/// Keeps what a host name holds: ASCII letters, digits, "-" and ".".
+int textbox_filter_dns(unsigned pos, unsigned ch);
+
+/// Keeps what a host name or an IPv6 address holds: as textbox_filter_dns(), and ":".
+int textbox_filter_dns6(unsigned pos, unsigned ch);
+
+/// Keeps what a common name holds: as textbox_filter_dns(), "_" and "@".
+int textbox_filter_cname(unsigned pos, unsigned ch);
+
+/// Keeps what a certificate's name holds: as textbox_filter_dns(), blank, "_", "@" and "*".
+int textbox_filter_asn1(unsigned pos, unsigned ch);
+
+/// Keeps hexadecimal digits, ":" and "/".
+int textbox_filter_ip6prefix(unsigned pos, unsigned ch);
+
+/// Keeps every ASCII character, control characters included, but no blank at the beginning.
+int textbox_filter_octet(unsigned pos, unsigned ch);
+
+/// Keeps 0x21 to 0x7F (intended: DEL included) but not the quotation mark, apostrophe and grave
+/// accent.
+int textbox_filter_ppp_username(unsigned pos, unsigned ch);
+
+/// Keeps what textbox_filter_ppp_username() keeps, but no "*" or "?" at the beginning.
+int textbox_filter_ppp_password(unsigned pos, unsigned ch);
+
+/// Keeps what can stand between quotation marks in a shell command: everything, control characters
+/// and all of Unicode included, but backslash, dollar sign, quotation mark, apostrophe and grave
+/// accent.
+int textbox_filter_shell_quoted(unsigned pos, unsigned ch);
+
+/// Keeps what textbox_filter_shell_quoted() keeps, but not ":", blank, "*" and "?".
+int textbox_filter_smtp(unsigned pos, unsigned ch);
+
+/// Names the characters that a password may hold, for people to read.
+/// @return a constant text
+const char *passwd_chars(void);
+
+/* ---- Text areas ---- */
+
+/// Prints a text area: <textarea[format][flags]>text</textarea>
+/// @param text     UTF-8, escaped; may be null
+/// @param format   raw attributes, each with a blank in front; may be null
+/// @return bytes of the closing tag that were printed
+int gen_textarea(const char *text, unsigned flags, const char *format, ...) QMV_PRINTF(3, 4);
+
+/// Copies a text without its carriage returns.
+/// @param dst   room for the whole of src; may be src itself
+/// @return dst; null when an argument is null
+char *textarea_to_unix(char *dst, const char *src);
+
+/// Reads the file behind a text area.
+/// @param out        receives the text, cut behind maxchars characters, which the caller frees,
+/// also
+///                   when the result is 0; untouched at -1
+/// @param maxchars   characters at most; 3 * maxchars bytes are read
+/// @return
+///  - above 0: size of the text's memory, 3 * maxchars + 1
+///  - 0: the file cannot be opened; the text is empty
+///  - -1: a null argument or no memory
+int get_textarea_file(char **out, const char *dir, const char *name, unsigned maxchars);
+
+/// Writes a text to an existing file unless it is unchanged.
+/// @param text       cut behind maxchars characters when written. A text that was cut is written
+/// again
+///                   when it is posted again, since the whole of it is compared.
+/// @return
+///  - 0: unchanged; nothing was written
+///  - above 0: bytes written, plus 1
+///  - -1: a null argument, or the file does not exist or cannot be opened or written
+///  - -2: no memory (intended: the descriptor of the file stays open)
+int update_textarea_file(const char *dir, const char *name, const char *text, unsigned maxchars);
+
+/* ---- Select boxes ---- */
+
+/// What a select box asks its class.
+enum selectbox_op {
+    SELECTBOX_EXISTS = 0,     ///< is there an option? negative: no more; 0: not here; above 0: yes
+    SELECTBOX_VALUE = 1,      ///< print the option's value; nonzero: it is the selected one
+    SELECTBOX_LABEL = 2,      ///< print the option's label
+    SELECTBOX_ATTRIBUTES = 3  ///< print raw attributes of the select tag (index 0)
+};
+
+/// The options of a select box.
+/// @param context   the pointer that was handed to gen_selectbox_class()
+/// @param op        one of selectbox_op
+/// @param index     the option, from 0
+typedef int (*selectbox_class)(void *context, unsigned op, unsigned index, int arg);
+
+/// The options of a numbered select box, whose values are their indexes: answers SELECTBOX_EXISTS,
+/// SELECTBOX_LABEL and, without an attributes text, SELECTBOX_ATTRIBUTES.
+typedef int (*selectbox_num_fn)(unsigned op, unsigned index, int arg);
+
+/// One option of a text select box; both texts may stay null.
+struct selectbox_text {
+    const char *value;
+    const char *label;
+};
+
+/// The options of a text select box: fills the pair, which is cleared before each call.
+/// @return negative: no more options; 0: no option at this index; above 0: an option
+typedef int (*selectbox_text_fn)(unsigned index, int arg, struct selectbox_text *pair);
+
+/// What a select box shows.
+typedef struct selectbox_state {
+    uint32_t flags;  ///< print flags
+    union {
+        uint32_t number;   ///< of a numbered box
+        const char *text;  ///< of a text box; borrowed from the option table
+    } value;
+} selectbox_state;
+
+/// Prints a select box of any class:
+/// <select name="NAME"[attributes][flags]> CR LF
+/// <option value="VALUE"[ selected]>LABEL</option> CR LF ... </select> CR LF
+/// @param context   handed to the class
+/// @param name      raw; may be null
+/// @param cls       null: a box without options
+/// @param arg       handed to the class
+/// @param count     options to ask for at most
+/// @return bytes of the closing tag that were printed
+int gen_selectbox_class(void *context, const char *name, selectbox_class cls, int arg,
+                        unsigned count, unsigned flags);
+
+/// Prints a select box of numbered options, 256 at most.
+/// @param state        null: disabled, with the current value 0
+/// @param name         raw; may be null
+/// @param fn           the options; null: none
+/// @param attributes   raw, with a blank in front; null: fn is asked
+/// @return the flags that were used
+unsigned gen_selectbox_num(selectbox_state *state, const char *name, selectbox_num_fn fn, int arg,
+                           const char *attributes);
+
+/// Prints a select box of numbered options without a name; a printf format gives the attributes.
+/// @param format   raw attributes, each with a blank in front; null: fn is asked
+/// @return the flags that were used
+unsigned gen_xselectbox_num(selectbox_state *state, selectbox_num_fn fn, int arg,
+                            const char *format, ...) QMV_PRINTF(4, 5);
+
+/// Prints the value of a numbered option.
+/// @return 1 when it is the current one, else 0
+int selectbox_num_show_value(unsigned index, unsigned current);
+
+/// Takes a posted number of an option.
+/// @param in         leading blanks are skipped; null: 0 is returned
+/// @param value      changed to the number, count - 1 at most; to 0 when count is 0
+/// @param fallback   taken when no digit is posted
+/// @return 1 when the value changed, else 0
+int scan_select_num(const char *in, unsigned *value, unsigned count, unsigned fallback);
+
+/// Prints a select box of text options, 256 at most. Values and labels are escaped.
+/// @param state        null: nothing is printed and 1 returned
+/// @param fn           the options; null: as for state
+/// @param printer      prints labels in place of the options' own, and answers SELECTBOX_EXISTS and
+///                     SELECTBOX_ATTRIBUTES; may be null
+/// @param attributes   raw, with a blank in front; may be null
+/// @return state's flags
+/// Intended: an option without a value prints an empty one and is selected.
+unsigned gen_selectbox_text(selectbox_state *state, const char *name, selectbox_text_fn fn,
+                            selectbox_num_fn printer, int arg, const char *attributes);
+
+/// Takes a posted text that is the value of an option; the state then borrows the option's text.
+/// @return 1 when the value changed; 0 when it did not, when no option matches, and for a null
+///         argument
+int scan_select_text(const char *in, selectbox_state *state, selectbox_text_fn fn, int arg);
+
+/// Reads the item of a text select box into its state: the option that it names, or the fallback.
+/// The flags become PRINT_DISABLED when the item is missing or empty, else 0.
+/// Intended: an item longer than every option is cut to the longest before it is looked up.
+void rd_selectbox_text_item(const char *dir, const char *name, selectbox_state *state,
+                            selectbox_text_fn fn, int arg, const char *fallback);
+
+/* ---- Check boxes, radio buttons, buttons, images, file inputs ---- */
+
+/// Builds the flags of a check box.
+/// @return PRINT_CHECKED when checked is nonzero, with PRINT_DISABLED when disabled is
+unsigned checkbox_flags(unsigned checked, unsigned disabled);
+
+/// Prints a check box: <input type="checkbox"[format][flags]>
+/// @param format   raw attributes, name and value among them; may be null
+/// @return '>', or -1 after a write error
+int gen_xcheckbox(unsigned flags, const char *format, ...) QMV_PRINTF(2, 3);
+
+/// Reads the item of a check box.
+/// @return flags with PRINT_CHECKED as the item says (an empty one: not), or with PRINT_DISABLED
+///         added when it cannot be read
+unsigned rd_checkbox_item(const char *dir, const char *name, unsigned flags);
+
+/// Writes "1" or "0" to an existing item, as PRINT_CHECKED says, unless it is unchanged.
+/// @return as update_item()
+int wr_checkbox_item(const char *dir, const char *name, unsigned flags);
+
+/// Prints a radio button: <input type="radio" name="NAME" value="VALUE"[attributes][flags]>
+/// @param name         raw; may be null
+/// @param current      checked when it equals value; a negative one never does
+/// @param attributes   raw; may be null
+/// @return '>', or -1 after a write error
+int gen_radio(const char *name, unsigned value, int current, const char *attributes,
+              unsigned flags);
+
+/// Prints a radio button with a text as its value.
+/// @param value     raw (intended); null: no value attribute
+/// @param current   checked when both are given and equal
+/// @return '>', or -1 after a write error
+int gen_radio_string(const char *name, const char *value, const char *current,
+                     const char *attributes, unsigned flags);
+
+/// Prints a button: <button type="button"[format][flags]>CONTENT LABEL</button>
+/// PRINT_SUBMIT gives type "submit".
+/// @param label     escaped; may be null
+/// @param content   prints what stands in front of the label; may be null
+/// @return bytes of the closing tag that were printed
+int gen_xbutton(const char *label, void (*content)(unsigned flags), unsigned flags,
+                const char *format, ...) QMV_PRINTF(4, 5);
+
+/// Prints an image: <img src="PATHFILE" alt="ALT"[format]>
+/// @param path,file   raw, joined as they are; either null: nothing is printed
+/// @param alt         escaped; null: no attribute
+/// @return '>', -1 after a write error, or 0 when nothing was printed
+int gen_image(const char *path, const char *file, const char *alt, const char *format, ...)
+    QMV_PRINTF(4, 5);
+
+/// Prints a file input: <input type="file"[format][flags]>
+/// @return '>', or -1 after a write error
+int gen_upload(unsigned flags, const char *fmt, ...) QMV_PRINTF(2, 3);
+
+/* ---- Numbers, ranges, times, weekdays ---- */
+
+/// Takes a posted number. Over-long digits wrap modulo 2^32.
+/// @param in         leading blanks are skipped; null: 0 is returned
+/// @param value      changed to the number, kept between min and max; null: 0 is returned
+/// @param fallback   taken as it is when no digit is posted
+/// @return 1 when the value changed, else 0
+int scan_number(const char *in, unsigned *value, unsigned min, unsigned max, unsigned fallback);
+
+/// Prints a number box: <input type="text" maxlength="N" value="5"[format][flags]>
+/// PRINT_READONLY leaves out maxlength.
+/// @return '>', or -1 after a write error
+int gen_xnumberbox(unsigned maxlength, unsigned value, unsigned flags, const char *format, ...)
+    QMV_PRINTF(4, 5);
+
+/// Prints a number box: <input type="text" name="NAME" size="S" maxlength="N" value="5"[flags]>
+/// @param name   raw; may be null
+/// @return '>', or -1 after a write error
+/// Intended: maxlength is printed also when the box is read-only.
+int gen_numberbox(const char *name, unsigned size, unsigned maxlength, unsigned value,
+                  unsigned flags);
+
+/// Reads the item of a number box.
+/// @param value   receives the number, the fallback for an item that is empty or cannot be read;
+/// may
+///                be null
+/// @return PRINT_DISABLED when the item cannot be read, else 0
+unsigned rd_numberbox_item(const char *dir, const char *name, unsigned *value, unsigned fallback);
+
+/// Reads an item and prints it with gen_numberbox() and a maximum length of 15.
+/// @return the flags that were used, PRINT_DISABLED added when the item cannot be read
+unsigned gen_numberbox_item(const char *dir, const char *name, const char *htmlname, unsigned size,
+                            unsigned fallback, unsigned flags);
+
+/// Writes a number to an existing item unless it is unchanged.
+/// @return as update_item()
+int wr_numberbox_item(const char *dir, const char *name, unsigned value);
+
+/// Reads an item and prints it as a JSON member: "name": 5, or null when it cannot be read.
+/// @return flags for the next member, PRINT_DISABLED added when the item cannot be read
+/// Intended: PRINT_DISABLED in `flags` does not print null, unlike gen_json_text().
+unsigned gen_json_number_item(const char *dir, const char *name, const char *jsonname,
+                              unsigned fallback, unsigned flags);
+
+/// Takes a posted range, "5-10", "5:10" or "5". A number alone gives both ends.
+/// @param low,high   changed to the ends, each kept between min and max, the smaller one first
+/// @param fallback   both ends, when no first number is posted (intended: "-5" gives it, too)
+/// @return 1 when the range changed, 0 when it did not or an argument is null
+int scan_range(const char *in, unsigned *low, unsigned *high, unsigned min, unsigned max,
+               unsigned fallback);
+
+/// Prints a range box: <input type="text" maxlength="N"[format][flags] value="5-10">
+/// PRINT_READONLY leaves out maxlength.
+/// @param low,high   may be null: "5-10" with both, "5" with low or equal ends, "-10" with high,
+/// "-"
+///                   with neither
+/// @param text       escaped, shown in place of the numbers; may be null
+/// @return '>', or -1 after a write error
+/// Intended: the value comes behind the flags.
+int gen_xrangebox(unsigned maxlength, const unsigned *low, const unsigned *high, const char *text,
+                  unsigned flags, const char *format, ...) QMV_PRINTF(6, 7);
+
+/// Tells whether a posted text begins with a word, in any case of letters, behind leading blanks.
+/// @return 1 when it does; 0 when it does not or an argument is null
+int scan_string(const char *in, const char *word);
+
+/// Takes a posted time of day, "H:M" or "H". Minutes from 60 on are carried into hours, hours wrap
+/// at 24. A number that does not fit counts as 4294967295.
+/// @param hour,minute   1 and 0 when nothing was read (intended); untouched for a null argument
+/// @return
+///  - 1 or 2: numbers read
+///  - 0: there is no number, or an argument is null
+///  - -1: the text is empty or blank
+int scan_time(const char *in, unsigned *hour, unsigned *minute);
+
+/// Builds the weekday field of a cron line: "0,6", or "*" for every day.
+/// @param size   bytes at `buf`; below 15, or with a null buf, the constant "*" is returned
+/// @param mask   bit 0 Sunday to bit 6 Saturday
+/// @return buf; empty without any day
+const char *cron_weekdays(char *buf, unsigned size, unsigned mask);
+
+/// One weekday of a list; see gen_dow_table().
+typedef struct dow_entry {
+    uint32_t day;      ///< 0 Sunday to 6 Saturday
+    const char *name;  ///< "sun" to "sat", a constant
+    const char *text;  ///< what follows the digit in the caller's list
+} dow_entry;
+
+/// Fills weekday entries from a list of texts such as "1Monday", each ended by a NUL, the list
+/// ended by an empty text. A digit above 6 leaves its entry untouched.
+/// @param table   `count` entries; those without a text are left untouched
+/// Intended: a text that does not begin with a digit ends the list.
+void gen_dow_table(dow_entry *table, unsigned count, const char *list);
+
+/* ---- IPv4 addresses ---- */
+/*
+ * An address is a 32-bit word in network byte order, as inet_addr() returns it. 0xFFFFFFFF stands
+ * for no address (intended: the text 255.255.255.255 is therefore invalid everywhere).
+ */
+
+/// A network: an address and a prefix length.
+typedef struct ipv4_cidr {
+    uint32_t addr;
+    uint32_t prefix;  ///< 0 to 32; shown as 32 when above
+} ipv4_cidr;
+
+/// Makes a usable host address: the network's own address becomes the first host, its broadcast
+/// address the last one.
+/// @param out   receives the address
+/// @return
+///  - 1: done
+///  - 0: a null out, an address of 0 or 0xFFFFFFFF; nothing was written
+/// Intended: with a /32 mask, and with a /31 mask for the even address, the address stays.
+int valid_ipv4_addr(uint32_t *out, uint32_t addr, uint32_t mask);
+
+/// Makes a netmask of a prefix length; 33 and more count as 32.
+/// @return the mask in network byte order
+uint32_t gen_netmask(uint32_t prefix);
+
+/// Counts the leading one bits of a netmask in network byte order; bits behind the first zero do
+/// not count.
+/// @return 0 to 32
+int gen_prefix(uint32_t mask);
+
+/// Takes a posted address.
+/// @param addr   changed to the address, to dflt when the text is none; null: 0 is returned
+/// @return 1 when it changed, else 0
+int scan_ipv4(const char *text, uint32_t *addr, uint32_t dflt);
+
+/// Takes a posted netmask.
+/// @param mask   set to a netmask whose prefix lies between min_prefix and max_prefix (max_prefix
+///               wins when it is the smaller). A text that is none counts as prefix 32
+/// @return 1, also when nothing changed (intended: unlike scan_ipv4()); 0 for a null argument
+int scan_ipv4_netmask(const char *text, uint32_t *mask, uint32_t min_prefix, uint32_t max_prefix);
+
+/// Prints an address box: <input type="text" size="15" maxlength="15"
+/// value="10.0.0.1"[format][flags]>
+/// @param size   0: 15; negative: no size attribute
+/// @param addr   null: the value is empty
+/// @return '>', or -1 after a write error
+int gen_xipv4box(int size, const uint32_t *addr, uint32_t flags, const char *format, ...)
+    QMV_PRINTF(4, 5);
+
+/// Prints an address box: <input type="text" name="NAME" size="15" maxlength="15"
+/// value="10.0.0.1"[flags]>
+/// @param name   raw; may be null
+/// @param size   0: 15
+/// @param addr   null: the value is empty
+/// @return '>', or -1 after a write error
+int gen_ipv4box(const char *name, uint32_t size, const uint32_t *addr, uint32_t flags);
+
+/// Writes an address to an existing item unless it is unchanged.
+/// @return as update_item(); -1 also for a null address
+int update_ipv4box_item(const char *dir, const char *name, const uint32_t *addr);
+
+/// Reads the item of an address box.
+/// @param addr   receives the address, dflt when the item holds none
+/// @return 1 when the item cannot be read or addr is null, else 0
+int rd_ipv4box_item(const char *dir, const char *name, uint32_t *addr, uint32_t dflt);
+
+/// Takes a posted network, "10.0.0.0/8", or a posted address, whose prefix is 32.
+/// The prefix is what digits follow the last "/", 32 at most; 0 without digits.
+/// @param cidr             changed to the network
+/// @param dflt             address that is taken for a text that is none; an address of 0 forces
+/// the
+///                         prefix to 0
+/// @param mask_host_bits   nonzero: the bits behind the prefix are cleared
+/// @return 1 when it changed, 0 when it did not or an argument is null
+int scan_ipv4cidr(const char *text, ipv4_cidr *cidr, uint32_t dflt, int mask_host_bits);
+
+/// Prints a network box, as gen_xipv4box(), with size and maxlength 18 and value "10.0.0.0/8".
+/// @return '>', or -1 after a write error
+int gen_xipv4cidr(int size, const ipv4_cidr *cidr, uint32_t flags, const char *format, ...)
+    QMV_PRINTF(4, 5);
+
+/// Prints a network box, as gen_ipv4box(), with size and maxlength 18 and value "10.0.0.0/8".
+/// @return '>', or -1 after a write error
+int gen_ipv4cidr(const char *name, uint32_t size, const ipv4_cidr *cidr, uint32_t flags);
+
+/// Writes a network to an existing item unless it is unchanged: 18 characters at most.
+/// @return as update_item(); -1 also for a null network
+/// Intended: a prefix above 32 is written as it is.
+int update_ipv4cidr_item(const char *dir, const char *name, const ipv4_cidr *cidr);
+
+/// Reads the item of a network box, keeping host bits; see scan_ipv4cidr().
+/// @return 1 when the item cannot be read or cidr is null, else 0
+int rd_ipv4cidr_item(const char *dir, const char *name, ipv4_cidr *cidr, uint32_t dflt);
+
+/* ---- MAC addresses ---- */
+/*
+ * A hardware address as SIOCGIFHWADDR returns it: a family, and six bytes at the start of sa_data.
+ */
+
+/// Tells whether an address can be one of a device.
+/// @return 0 when it is null or its six bytes are all 0x00 or all 0xFF, else 1
+int mac_isvalid(const struct sockaddr *hw);
+
+/// Writes an address as text, "00-1A-2B-3C-4D-5E", or as much of it as fits.
+/// @param separator   the character between bytes
+/// @param buf         room for size bytes; terminated unless size is 0; empty for a null hw
+/// @param size        18 holds the whole text
+/// @return buf
+char *mac_ntop(const struct sockaddr *hw, int separator, char *buf, uint32_t size);
+
+/// Writes the hardware address of a network interface as text; see mac_ntop().
+/// @param buf   empty when there is no such interface; untouched when size is 0
+/// @return buf
+char *if_hwaddr_ntop(const char *ifname, int separator, char *buf, uint32_t size);
+
+/// Takes a posted address: six bytes of one or two hexadecimal digits, with or without a character
+/// between them. A byte that is missing or no number becomes 0; what follows the sixth is ignored.
+/// @param hw     changed to the address; its family becomes ARPHRD_ETHER; null: 0 is returned
+/// @param text   null counts as empty
+/// @return 1 when a byte changed, else 0
+int scan_macaddr(struct sockaddr *hw, const char *text);
+
+/// Prints an address box: <input type="text" maxlength="18" size="18"
+/// value="00-1A-2B-3C-4D-5E"[format][flags]>
+/// PRINT_READONLY leaves out maxlength.
+/// @param size   0: 18; negative as a signed number: no size attribute
+/// @param hw     null: the value is empty
+/// @return '>', or -1 after a write error
+/// Intended: maxlength is 18 although the text has 17 characters.
+int gen_xmacbox(uint32_t size, const struct sockaddr *hw, uint32_t flags, const char *format, ...)
+    QMV_PRINTF(4, 5);
 
 QMV_END_DECLS
 
