@@ -6,11 +6,23 @@
 
 #include "qmv/util.h"
 #include "util/ascii.h"
-#include "util/owners.h"
+#include "util/lines.h"
 
 namespace {
 
 constexpr int kCopySize = 4096;
+
+/// Calls back for each line. False when there was no memory for the first one.
+bool read_lines(std::FILE *file, int (*callback)(void *ctx, char *line), void *ctx) {
+    qmv::LineBuffer buffer;
+    if (!buffer)
+        return false;
+    while (char *line = buffer.next(file)) {
+        if (callback != nullptr)
+            callback(ctx, line);
+    }
+    return true;
+}
 
 }  // namespace
 
@@ -111,14 +123,7 @@ int rd_file_line(const char *path, int (*callback)(void *ctx, char *line), void 
     std::FILE *file = std::fopen(path, "r");
     if (file == nullptr)
         return -1;
-    size_t capacity = 4096;
-    auto *line = static_cast<char *>(std::malloc(capacity));
-    const bool readable = line != nullptr;
-    while (readable && ::getline(&line, &capacity, file) > 0) {
-        if (callback != nullptr)
-            callback(ctx, line);
-    }
-    std::free(line);
+    const bool readable = read_lines(file, callback, ctx);
     const int closed = std::fclose(file);
     return readable ? closed : -1;
 }

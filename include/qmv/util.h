@@ -1,6 +1,6 @@
 /*
- * Files and text utilities: whole-length reading and writing of descriptors, lines, UTF-8 and
- * UCS-2, bounded copies, the GSM 7-bit alphabet, base64, CRC-32.
+ * Files and text utilities: whole-length reading and writing of descriptors, lines, files and
+ * directories, UTF-8 and UCS-2, bounded copies, the GSM 7-bit alphabet, base64, CRC-32.
  *
  * Descriptor functions retry a call that a signal interrupted, leave errno as the failed call set
  * it, and never close the descriptor that they are given. Counts are signed 32-bit.
@@ -71,6 +71,54 @@ int full_line_read_fd(int fd, char *buf, unsigned size);
 ///  - 0: the whole file was read
 ///  - -1: a null path, a file that cannot be opened or closed, or no memory (no line was read)
 int rd_file_line(const char *path, int (*callback)(void *ctx, char *line), void *ctx);
+
+/* ---- Files and directories ---- */
+
+/// Removes the file whose path a printf format gives.
+/// @return
+///  - 0: it was removed
+///  - -1: no memory, or unlink() failed
+int remove_filef(const char *format, ...) QMV_PRINTF(1, 2);
+
+/// Removes a directory and the files in it, hidden ones too. Directories in it are not entered:
+/// they stay, and so does this one.
+/// @return
+///  - 0: it was removed
+///  - -1: a null argument, or rmdir() failed
+int remove_dir_leaf(const char *dir);
+
+/// Counts the entries of a directory whose names do not begin with ".".
+/// @return
+///  - 0 or more: their number
+///  - -1: a null argument, or the directory cannot be opened
+int check_dir(const char *path);
+
+/// Creates a directory. "." is always there.
+/// @param path    changed while the function works, and restored
+/// @param mode    permissions of the directory; -1: those that mkdir gives. Parents get 0777 less
+/// the
+///                umask, and in any case write and search permission for their owner
+/// @param flags   0x4: missing parents are created, and a directory that exists is accepted, with
+///                its permissions left alone
+/// @return
+///  - 0: the directory is there
+///  - -1: a null argument, or it failed: "can't create directory 'PATH'" or "can't set permissions
+///  of
+///    directory 'PATH'" stands on stderr, without a newline
+int make_directory(char *path, int mode, unsigned flags);
+
+/// Finds the file name in a path that a browser sent: what stands behind the last "" and, within
+/// that, behind the last "/".
+/// @return a place in path; null for null
+const char *valid_filename(const char *path);
+
+/// Replaces each byte of a string that equals another, in place.
+/// @param s      null: null is returned
+/// @param from   compared with the byte as a signed char (intended): a byte above 0x7F is found by
+/// its
+///               negative value only
+/// @return s
+char *str_replace_chr(char *s, int from, int to);
 
 /* ---- Text ---- */
 
