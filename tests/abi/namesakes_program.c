@@ -95,7 +95,7 @@ int main(void) {
     write_file(path, "a,b\n", 4);
     check("read_items_str", read_items_str(count_element, 1, "", path, ','), 3);
     check("elements", elements, 2);
-    check("html_print_text", html_print_text("<caf\xC3\xA9>"), 20);
+    check("html_print_text", html_print_text("<caf\xC3\xA9>"), 19);
     check("print_foot", print_foot(), 18);
     check("gen_selectbox_certs", gen_selectbox_certs(dir, NULL, NULL, NULL, 0, NULL), 9);
 
