@@ -16,7 +16,7 @@ size_t stored_size(const dirent *entry) {
 
 /// Copies an array of entries into one block.
 qmv::Block<dirent *> pack(dirent *const *entries, size_t count) {
-    size_t size = count * sizeof(dirent *);
+    size_t size = count * sizeof(void *);
     size = (size + alignof(dirent) - 1) / alignof(dirent) * alignof(dirent);
     size_t offset = size;
     for (size_t i = 0; i < count; ++i)

@@ -64,9 +64,11 @@ const char *cron_weekdays(char *buf, unsigned size, unsigned mask) {
     constexpr unsigned kAll = (1u << kDays) - 1;
     if (buf == nullptr || size < kCronSize)
         return "*";
-    if ((mask & kAll) == kAll)
-        return std::strcpy(buf, "*");
     char *out = buf;
+    if ((mask & kAll) == kAll) {
+        *out++ = '*';
+        mask = 0;
+    }
     for (unsigned day = 0; day < kDays; ++day) {
         if ((mask & (1u << day)) == 0)
             continue;
