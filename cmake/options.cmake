@@ -55,6 +55,8 @@ function(qmv_shared_link_options target)
         -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/cmake/libqmv.map
         # A program or another library that defines, say, crc32 does not take over this one's calls.
         -Wl,-Bsymbolic-functions
-        -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--gc-sections -Wl,--as-needed
-        $<$<NOT:$<BOOL:${QMV_SANITIZE}>>:-Wl,-z,defs>)
+        -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--gc-sections -Wl,--as-needed)
+    if(NOT QMV_SANITIZE)
+        target_link_options(${target} PRIVATE -Wl,-z,defs)
+    endif()
 endfunction()

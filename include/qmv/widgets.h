@@ -107,7 +107,8 @@ unsigned gen_json_text_item(const char *dir, const char *name, unsigned maxchars
                             const char *jsonname, unsigned flags);
 
 /// Writes a posted password to an existing item, unless it is the bullets that the box showed, or
-/// holds bullets or refused characters.
+/// holds bullets or refused characters. Invalid sequences, characters above U+FFFF among them, and
+/// what comes behind maxchars characters are left out without notice.
 /// @param value      UTF-8; null: -1 is returned. An empty value empties the item
 /// @param maxchars   characters to keep at most
 /// @param filter     null: every character is accepted
@@ -115,7 +116,8 @@ unsigned gen_json_text_item(const char *dir, const char *name, unsigned maxchars
 ///                   is nothing but bullets
 /// @return
 ///  - as update_item()
-///  - 0: also when nothing was written because of bullets or refused characters
+///  - 0: also when nothing was written because of bullets or refused characters; bullets mixed with
+///    other text leave `rejected` at 0
 int update_password_item(const char *dir, const char *name, const char *value, unsigned maxchars,
                          textbox_filter filter, unsigned *rejected);
 
