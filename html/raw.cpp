@@ -10,13 +10,14 @@
 namespace {
 
 /// Bytes that fit in the buffer of stdout without completing it: copying them there is what writing
-/// them one by one would do. None when the stream is not fully buffered.
+/// them one by one would do. None when the stream is not fully buffered, and none as long as the
+/// buffer is empty, since what comes first may pass it by.
 size_t room_in_buffer() {
     if (__flbf(stdout) != 0)
         return 0;
     const size_t size = __fbufsize(stdout);
     const size_t used = __fpending(stdout);
-    return size > used ? size - used - 1 : 0;
+    return used > 0 && size > used ? size - used - 1 : 0;
 }
 
 /// Prints bytes up to the first that fails. Returns how many were printed.
