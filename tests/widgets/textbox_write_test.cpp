@@ -1,0 +1,389 @@
+// Writing the posted values of text and password boxes.
+#include <gtest/gtest.h>
+#include <qmv/widgets.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/fakes/allocation.h"
+#include "tests/support/io.h"
+#include "tests/support/item_file.h"
+#include "tests/support/malformed.h"
+
+namespace {
+
+using qmv_test::ItemFile;
+using qmv_test::kMalformed;
+using qmv_test::open_descriptors;
+using qmv_test::TempDir;
+
+constexpr const char *kBullet = "\xE2\x80\xA2";
+constexpr unsigned kMark = 0xABCD;
+
+struct Asked {
+    unsigned pos;
+    unsigned ch;
+
+    bool operator==(const Asked &) const = default;
+};
+
+void PrintTo(const Asked &asked, std::ostream *out) {
+    *out << asked.pos << ':' << asked.ch;
+}
+
+std::vector<Asked> asked;
+
+int no_digits(unsigned pos, unsigned ch) {
+    asked.push_back({pos, ch});
+    return ch >= '0' && ch <= '9' ? 0 : 1;
+}
+
+int no_leading_blank(unsigned pos, unsigned ch) {
+    return pos != 0 || ch != ' ' ? 1 : 0;
+}
+
+int refuse_all(unsigned, unsigned) {
+    return 0;
+}
+
+TEST(UpdateTextbox, WritesTheValueUnchanged) {
+    const ItemFile item("old\n");
+    EXPECT_EQ(update_textbox(item.dir(), item.name(), "new\x80\n", 10), 6);
+    EXPECT_EQ(item.content(), "new\x80\n\n");
+    EXPECT_TRUE(item.same_file());
+}
+
+TEST(UpdateTextbox, LeavesFileAloneWhenEqual) {
+    const ItemFile item("same\n");
+    EXPECT_EQ(update_textbox(item.dir(), item.name(), "same", 10), 0);
+    EXPECT_FALSE(item.touched());
+}
+
+TEST(UpdateTextbox, WritesThreeBytesForEachCharacterAtMost) {
+    const ItemFile item("old\n");
+    EXPECT_EQ(update_textbox(item.dir(), item.name(), "abcdefgh", 2), 7);
+    EXPECT_EQ(item.content(), "abcdef\n");
+    EXPECT_EQ(update_textbox(item.dir(), item.name(), "abcdefxy", 2), 0)
+        << "bytes behind the limit do not count";
+}
+
+TEST(UpdateTextbox, DoesNotTakeThreeTimesItsCharactersModulo) {
+    // Three times the first is 2^32 + 2, three times the second 2^32 - 1.
+    for (const unsigned maxchars : {0x55555556u, 0x55555555u, 0x2AAAAAABu, 0xFFFFFFFFu}) {
+        const ItemFile item("old\n");
+        EXPECT_EQ(update_textbox(item.dir(), item.name(), "abcdef", maxchars), 7) << maxchars;
+        EXPECT_EQ(item.content(), "abcdef\n") << maxchars;
+    }
+}
+
+TEST(UpdateTextbox, ReturnsTheItemWritersFailures) {
+    const TempDir dir;
+    EXPECT_EQ(update_textbox(dir.path(), "missing", "v", 10), -1);
+    EXPECT_FALSE(dir.exists("missing"));
+    EXPECT_EQ(update_textbox(nullptr, "x", "v", 10), -1);
+    EXPECT_EQ(update_textbox(dir.path(), nullptr, "v", 10), -1);
+    const ItemFile item("old\n");
+    EXPECT_EQ(update_textbox(item.dir(), item.name(), nullptr, 10), -1);
+    EXPECT_FALSE(item.touched());
+}
+
+TEST(UpdateTextboxItem, WritesAcceptedCharacters) {
+    const struct {
+        const char *label;
+        const char *value;
+        unsigned maxchars;
+        textbox_filter filter;
+        std::string content;
+    } rows[] = {
+        {"whole", "new", 10, nullptr, "new\n"},
+        {"cut at its characters", "abcdef", 3, nullptr, "abc\n"},
+        {"characters and not bytes", "\xC3\xA9\xE2\x82\xACz", 2, nullptr, "\xC3\xA9\xE2\x82\xAC\n"},
+        {"refused characters are dropped", "a1b2c3", 10, no_digits, "abc\n"},
+        {"refused characters do not count", "a1b2c3", 2, no_digits, "ab\n"},
+        {"filter sees the position", "   a b ", 10, no_leading_blank, "a b \n"},
+        {"nothing accepted", "abc", 10, refuse_all, "\n"},
+        {"empty", "", 10, nullptr, "\n"},
+        {"invalid sequences only", "\x80\xFF", 10, nullptr, "\n"},
+        {"invalid sequences do not count", "\x80\x80xyz", 2, nullptr, "xy\n"},
+        {"control characters stay", "a\nb", 10, nullptr, "a\nb\n"},
+        {"bullets stay", "\xE2\x80\xA2z", 10, nullptr, "\xE2\x80\xA2z\n"},
+        {"no limit", "abcdef", 0xFFFFFFFF, nullptr, "abcdef\n"},
+    };
+    for (const auto &row : rows) {
+        const ItemFile item("old\n");
+        EXPECT_EQ(update_textbox_item(item.dir(), item.name(), row.value, row.maxchars, row.filter),
+                  static_cast<int>(row.content.size()))
+            << row.label;
+        EXPECT_EQ(item.content(), row.content) << row.label;
+    }
+}
+
+TEST(UpdateTextboxItem, LeavesFileAloneWhenEqualOnceFiltered) {
+    const ItemFile item("abc\n");
+    EXPECT_EQ(update_textbox_item(item.dir(), item.name(), "1a2b3c", 10, no_digits), 0);
+    EXPECT_EQ(update_textbox_item(item.dir(), item.name(), "abcdef", 3, nullptr), 0);
+    EXPECT_EQ(update_textbox_item(item.dir(), item.name(), "abc\x80", 10, nullptr), 0);
+    EXPECT_FALSE(item.touched());
+}
+
+TEST(UpdateTextboxItem, KeepsNothingOfAValueForZeroCharacters) {
+    const ItemFile item("old\n");
+    EXPECT_EQ(update_textbox_item(item.dir(), item.name(), "new", 0, nullptr), 0);
+    EXPECT_FALSE(item.touched());
+}
+
+TEST(UpdateTextboxItem, TellsTheFilterBytesKeptSoFarAndCharacter) {
+    const ItemFile item("old\n");
+    asked.clear();
+    update_textbox_item(item.dir(), item.name(),
+                        "1\xC3\xA9\x80\xE2\x82\xAC"
+                        "2z",
+                        10, no_digits);
+    EXPECT_EQ(asked, (std::vector<Asked>{{0, '1'}, {0, 0xE9}, {2, 0x20AC}, {5, '2'}, {5, 'z'}}));
+}
+
+TEST(UpdateTextboxItem, LeavesOutInvalidSequencesAndGoesOn) {
+    for (const auto &row : kMalformed) {
+        const ItemFile item("old\n");
+        update_textbox_item(item.dir(), item.name(), row.text, 20, nullptr);
+        EXPECT_EQ(item.content(), std::string(row.encoded) + "\n") << row.label;
+    }
+}
+
+TEST(UpdateTextboxItem, HasRoomForOneByteMoreThanWasPosted) {
+    const ItemFile item("old\n");
+    EXPECT_EQ(update_textbox_item(item.dir(), item.name(), "\xDF\xFF", 10, nullptr), 4);
+    EXPECT_EQ(item.content(), "\xE0\xA0\xBF\n");
+}
+
+TEST(UpdateTextboxItem, DropsWhatDoesNotFitAndGoesOn) {
+    const std::string grows = "\xDF\xFF";
+    const std::string grown = "\xE0\xA0\xBF";
+    const struct {
+        const char *label;
+        std::string value;
+        std::string content;
+    } rows[] = {
+        {"room for five", grows + grows, grown + "\n"},
+        {"room for six", grows + grows + "z", grown + grown + "\n"},
+        {"room for eight: the third does not fit, what follows does", grows + grows + grows + "z",
+         grown + grown + "z\n"},
+        {"room for ten", grows + grows + grows + "abc", grown + grown + grown + "a\n"},
+    };
+    for (const auto &row : rows) {
+        const ItemFile item("old\n");
+        EXPECT_EQ(update_textbox_item(item.dir(), item.name(), row.value.c_str(), 10, nullptr),
+                  static_cast<int>(row.content.size()))
+            << row.label;
+        EXPECT_EQ(item.content(), row.content) << row.label;
+    }
+}
+
+TEST(UpdateTextboxItem, TakesValuesOfAnyLength) {
+    for (const std::size_t length : {4093u, 4094u, 4095u, 4096u, 100000u}) {
+        const ItemFile item("old\n");
+        const std::string value(length, 'v');
+        EXPECT_EQ(update_textbox_item(item.dir(), item.name(), value.c_str(), 0xFFFFFFFF, nullptr),
+                  static_cast<int>(length) + 1);
+        EXPECT_EQ(item.content(), value + "\n") << length;
+    }
+}
+
+TEST(UpdateTextboxItem, ReturnsMinusOneForNullValueOrUnreadableItem) {
+    const ItemFile item("old\n");
+    EXPECT_EQ(update_textbox_item(item.dir(), item.name(), nullptr, 10, nullptr), -1);
+    EXPECT_FALSE(item.touched());
+    const TempDir dir;
+    EXPECT_EQ(update_textbox_item(dir.path(), "missing", "v", 10, nullptr), -1);
+    EXPECT_FALSE(dir.exists("missing"));
+    EXPECT_EQ(update_textbox_item("", dir.path(), "v", 10, nullptr), -1) << "a directory";
+    EXPECT_EQ(update_textbox_item(nullptr, "x", "v", 10, nullptr), -1);
+}
+
+/// A posted password and what becomes of it; the item holds "old" before.
+struct Posted {
+    const char *label;
+    std::string value;
+    unsigned maxchars;
+    textbox_filter filter;
+    int result;
+    unsigned rejected;
+    std::string content;
+};
+
+std::string bullets(int count) {
+    std::string text;
+    while (count-- > 0)
+        text += kBullet;
+    return text;
+}
+
+void expect_outcome(const Posted &row) {
+    const ItemFile item("old\n");
+    unsigned rejected = kMark;
+    EXPECT_EQ(update_password_item(item.dir(), item.name(), row.value.c_str(), row.maxchars,
+                                   row.filter, &rejected),
+              row.result)
+        << row.label;
+    EXPECT_EQ(rejected, row.rejected) << row.label;
+    EXPECT_EQ(item.content(), row.content) << row.label;
+    EXPECT_EQ(item.touched(), row.result > 0) << row.label;
+}
+
+TEST(UpdatePasswordItem, WritesANewPassword) {
+    const Posted rows[] = {
+        {"new", "new", 10, nullptr, 4, 0, "new\n"},
+        {"accepted by the filter", "new", 10, no_digits, 4, 0, "new\n"},
+        {"UTF-8", "\xC3\xA9\xE2\x82\xAC", 10, nullptr, 6, 0, "\xC3\xA9\xE2\x82\xAC\n"},
+        {"cut at its characters", "abcdef", 3, nullptr, 4, 0, "abc\n"},
+        {"equal", "old", 10, nullptr, 0, 0, "old\n"},
+        {"invalid sequences are not seen",
+         "\x80n\xFF"
+         "ew\xC0\x80",
+         10, nullptr, 4, 0, "new\n"},
+        {"markup is written as posted", "<&\">", 10, nullptr, 5, 0, "<&\">\n"},
+    };
+    for (const Posted &row : rows)
+        expect_outcome(row);
+}
+
+TEST(UpdatePasswordItem, UntouchedBulletsLeaveTheItemAlone) {
+    for (const int count : {1, 3, 10, 11, 2000}) {
+        for (const textbox_filter filter : {static_cast<textbox_filter>(nullptr), &refuse_all})
+            expect_outcome({"bullets", bullets(count), 10, filter, 0, 0, "old\n"});
+    }
+    expect_outcome(
+        {"and invalid sequences", "\x80" + bullets(2) + "\xFF", 10, nullptr, 0, 0, "old\n"});
+}
+
+TEST(UpdatePasswordItem, RefusedCharactersWriteNothingAndAreCounted) {
+    const Posted rows[] = {
+        {"one", "ab1", 10, no_digits, 0, 1, "old\n"},
+        {"several", "1a2b3", 10, no_digits, 0, 3, "old\n"},
+        {"all", "123", 10, no_digits, 0, 3, "old\n"},
+        {"with bullets", "1" + bullets(2), 10, no_digits, 0, 1, "old\n"},
+        {"all, and bullets", bullets(1) + "12", 10, no_digits, 0, 2, "old\n"},
+        {"do not count against the limit", "111111abc", 3, no_digits, 0, 6, "old\n"},
+        {"behind the limit", "abc111", 3, no_digits, 4, 0, "abc\n"},
+    };
+    for (const Posted &row : rows)
+        expect_outcome(row);
+}
+
+TEST(UpdatePasswordItem, MixtureOfBulletsAndCharactersWritesNothing) {
+    const Posted rows[] = {
+        {"bullets first", bullets(2) + "abc", 10, nullptr, 0, 0, "old\n"},
+        {"bullets last", "abc" + bullets(2), 10, nullptr, 0, 0, "old\n"},
+        {"bullet between", "a" + bullets(1) + "c", 10, nullptr, 0, 0, "old\n"},
+        {"bullet behind the limit is not seen", "abc" + bullets(1), 3, nullptr, 4, 0, "abc\n"},
+        {"bullets do not count against the limit", bullets(3) + "ab", 2, nullptr, 0, 0, "old\n"},
+    };
+    for (const Posted &row : rows)
+        expect_outcome(row);
+}
+
+TEST(UpdatePasswordItem, EmptyValueEmptiesTheItem) {
+    expect_outcome({"empty", "", 10, nullptr, 1, 0, "\n"});
+    expect_outcome({"empty, with a filter", "", 10, refuse_all, 1, 0, "\n"});
+    expect_outcome({"invalid sequences only", "\x80\xFF", 10, nullptr, 1, 0, "\n"});
+}
+
+TEST(UpdatePasswordItem, ZeroCharactersLeaveTheItemAlone) {
+    expect_outcome({"no character is taken", "new", 0, nullptr, 0, 0, "old\n"});
+}
+
+TEST(UpdatePasswordItem, BulletsAreNotHandedToTheFilter) {
+    const ItemFile item("old\n");
+    asked.clear();
+    const std::string value = "a" + bullets(2) + "1b";
+    update_password_item(item.dir(), item.name(), value.c_str(), 10, no_digits, nullptr);
+    EXPECT_EQ(asked, (std::vector<Asked>{{0, 'a'}, {1, '1'}, {1, 'b'}}));
+}
+
+TEST(UpdatePasswordItem, WorksWithoutAPlaceForTheCount) {
+    const ItemFile item("old\n");
+    EXPECT_EQ(update_password_item(item.dir(), item.name(), "1", 10, no_digits, nullptr), 0);
+    EXPECT_EQ(update_password_item(item.dir(), item.name(), "new", 10, no_digits, nullptr), 4);
+    EXPECT_EQ(item.content(), "new\n");
+}
+
+TEST(UpdatePasswordItem, LeavesOutInvalidSequencesAndGoesOn) {
+    for (const auto &row : kMalformed) {
+        const std::string content = std::string(row.encoded) + "\n";
+        expect_outcome(
+            {row.label, row.text, 20, nullptr, static_cast<int>(content.size()), 0, content});
+    }
+}
+
+TEST(UpdatePasswordItem, CharacterThatDoesNotFitWritesNothing) {
+    expect_outcome(
+        {"two bytes that encode to three", "\xDF\xFF", 10, nullptr, 4, 0, "\xE0\xA0\xBF\n"});
+    // Four bytes and room for five.
+    expect_outcome({"twice", "\xDF\xFF\xDF\xFF", 10, nullptr, 0, 0, "old\n"});
+}
+
+TEST(UpdatePasswordItem, DoesNotTakeThreeTimesItsCharactersModulo) {
+    expect_outcome({"2^32 + 2", "abcdef", 0x55555556, nullptr, 7, 0, "abcdef\n"});
+    expect_outcome({"no limit", "abcdef", 0xFFFFFFFF, nullptr, 7, 0, "abcdef\n"});
+}
+
+TEST(UpdatePasswordItem, ReturnsMinusOneForNullValueOrUnreadableItem) {
+    const ItemFile item("old\n");
+    EXPECT_EQ(update_password_item(item.dir(), item.name(), nullptr, 10, nullptr, nullptr), -1);
+    EXPECT_FALSE(item.touched());
+    const TempDir dir;
+    unsigned rejected = kMark;
+    EXPECT_EQ(update_password_item(dir.path(), "missing", "v", 10, nullptr, &rejected), -1);
+    EXPECT_EQ(rejected, 0u);
+    EXPECT_FALSE(dir.exists("missing"));
+    EXPECT_EQ(update_password_item(dir.path(), "missing", kBullet, 10, nullptr, &rejected), 0)
+        << "bullets do not even ask for the item";
+    EXPECT_EQ(update_password_item(nullptr, "x", "v", 10, nullptr, nullptr), -1);
+}
+
+TEST(TextboxWriters, LeaveNoDescriptorOpen) {
+    const ItemFile item("old\n");
+    const int before = open_descriptors();
+    for (const char *name : {"item", "missing", ""}) {
+        update_textbox(item.dir(), name, "a", 5);
+        update_textbox_item(item.dir(), name, "b", 5, nullptr);
+        update_password_item(item.dir(), name, "c", 5, nullptr, nullptr);
+        update_password_item(item.dir(), name, kBullet, 5, nullptr, nullptr);
+    }
+    EXPECT_EQ(open_descriptors(), before);
+}
+
+TEST(TextboxWriters, PrintNothing) {
+    const ItemFile item("old\n");
+    const auto calls = [&] {
+        update_textbox_item(item.dir(), "missing", "b", 5, nullptr);
+        update_password_item(item.dir(), item.name(), "c1", 5, no_digits, nullptr);
+    };
+    EXPECT_EQ(qmv_test::printed(calls), "");
+    EXPECT_EQ(qmv_test::printed_error(calls), "");
+}
+
+#if QMV_FAKE_ALLOCATION
+
+TEST(TextboxWriters, LeaveTheItemAloneWithoutMemory) {
+    const std::string value(5000, 'v');
+    const ItemFile item("old\n");
+    int text = 0;
+    int password = 0;
+    int failed = 0;
+    {
+        const qmv_test::AllocationFailure fake(0);
+        text = update_textbox_item(item.dir(), item.name(), value.c_str(), 5000, nullptr);
+        password =
+            update_password_item(item.dir(), item.name(), value.c_str(), 5000, nullptr, nullptr);
+        failed = fake.failed();
+    }
+    EXPECT_GE(failed, 2);
+    EXPECT_EQ(text, -1);
+    EXPECT_EQ(password, -1);
+    EXPECT_FALSE(item.touched());
+}
+
+#endif
+
+}  // namespace
