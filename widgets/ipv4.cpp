@@ -152,13 +152,13 @@ int gen_ipv4box(const char *name, uint32_t size, const uint32_t *addr, uint32_t 
 
 int update_ipv4box_item(const char *dir, const char *name, const uint32_t *addr) {
     if (addr == nullptr)
-        return -1;
+        return 0;
     return update_item(dir, name, BoxText(addr).get(), kAddressLength);
 }
 
 int rd_ipv4box_item(const char *dir, const char *name, uint32_t *addr, uint32_t dflt) {
     if (addr == nullptr)
-        return 1;
+        return 0;
     char text[kAddressLength + 1];
     const int length = read_item(dir, name, text, kAddressLength);
     *addr = address_or(text, dflt);
@@ -191,14 +191,14 @@ int gen_ipv4cidr(const char *name, uint32_t size, const ipv4_cidr *cidr, uint32_
 
 int update_ipv4cidr_item(const char *dir, const char *name, const ipv4_cidr *cidr) {
     if (cidr == nullptr)
-        return -1;
+        return 0;
     // Intended: the prefix is written as it is, also when it is above 32.
     return update_item(dir, name, BoxText(cidr->addr, cidr->prefix).get(), kCidrLength);
 }
 
 int rd_ipv4cidr_item(const char *dir, const char *name, ipv4_cidr *cidr, uint32_t dflt) {
     if (cidr == nullptr)
-        return 1;
+        return 0;
     char text[kCidrLength + 1];
     const int length = read_item(dir, name, text, kCidrLength);
     scan_ipv4cidr(text, cidr, dflt, 0);

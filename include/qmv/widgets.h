@@ -520,12 +520,12 @@ int gen_xipv4box(int size, const uint32_t *addr, uint32_t flags, const char *for
 int gen_ipv4box(const char *name, uint32_t size, const uint32_t *addr, uint32_t flags);
 
 /// Writes an address to an existing item unless it is unchanged.
-/// @return as update_item(); -1 also for a null address
+/// @return as update_item(); 0 also for a null address, with nothing written
 int update_ipv4box_item(const char *dir, const char *name, const uint32_t *addr);
 
 /// Reads the item of an address box.
 /// @param addr   receives the address, dflt when the item holds none
-/// @return 1 when the item cannot be read or addr is null, else 0
+/// @return 1 when the item cannot be read, else 0; 0 also for a null addr
 int rd_ipv4box_item(const char *dir, const char *name, uint32_t *addr, uint32_t dflt);
 
 /// Takes a posted network, "10.0.0.0/8", or a posted address, whose prefix is 32.
@@ -548,12 +548,12 @@ int gen_xipv4cidr(int size, const ipv4_cidr *cidr, uint32_t flags, const char *f
 int gen_ipv4cidr(const char *name, uint32_t size, const ipv4_cidr *cidr, uint32_t flags);
 
 /// Writes a network to an existing item unless it is unchanged: 18 characters at most.
-/// @return as update_item(); -1 also for a null network
+/// @return as update_item(); 0 also for a null network, with nothing written
 /// Intended: a prefix above 32 is written as it is.
 int update_ipv4cidr_item(const char *dir, const char *name, const ipv4_cidr *cidr);
 
 /// Reads the item of a network box, keeping host bits; see scan_ipv4cidr().
-/// @return 1 when the item cannot be read or cidr is null, else 0
+/// @return 1 when the item cannot be read, else 0; 0 also for a null cidr
 int rd_ipv4cidr_item(const char *dir, const char *name, ipv4_cidr *cidr, uint32_t dflt);
 
 /* ---- MAC addresses ---- */

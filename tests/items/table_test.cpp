@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/fakes/allocation.h"
+#include "tests/support/held_memory.h"
 
 namespace {
 
@@ -495,6 +496,36 @@ TEST(XtableSort, LeavesTheOrderWithoutMemory) {
 #endif
 
 // ---- Together ----
+
+TEST(Xtable, FreesTheRowsThatItRemoves) {
+    constexpr unsigned kSize = 100000;
+    constexpr std::size_t kNoise = 20000;
+    Table table;
+    const std::size_t before = qmv_test::held_memory();
+    const auto fill = [&table] {
+        for (int i = 0; i < 3; ++i)
+            xtable_new_row(&table, kSize);
+    };
+    fill();
+    for (int i = 0; i < 3; ++i)
+        xtable_rm_row(&table, table.first);
+    EXPECT_LT(qmv_test::held_memory(), before + kNoise) << "rm";
+    fill();
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(xtable_del_row(&table, 1), 1);
+    EXPECT_LT(qmv_test::held_memory(), before + kNoise) << "del";
+    fill();
+    xtable_cleanup(&table);
+    EXPECT_LT(qmv_test::held_memory(), before + kNoise) << "cleanup";
+}
+
+TEST(Xtable, FreesWhatItSortsWith) {
+    Table table(std::string(4000, 'x'));
+    const std::size_t before = qmv_test::held_memory();
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(xtable_sort(&table, kWidth, by_name), 1);
+    EXPECT_LT(qmv_test::held_memory(), before + 4000 * sizeof(xtable_row *));
+}
 
 TEST(Xtable, IsSortedMovedAndDeletedDownToNothing) {
     Table table("dacb");

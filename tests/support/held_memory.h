@@ -8,7 +8,7 @@
 
 namespace qmv_test {
 
-/// Bytes of the heap that are in use; small blocks (below 1100 bytes) may count after their end.
+/// Bytes of the heap that are in use, give or take what the allocator keeps at hand for later.
 inline std::size_t held_memory() {
     const struct mallinfo2 info = ::mallinfo2();
     return info.uordblks + info.hblkhd;

@@ -204,28 +204,7 @@ TEST(ReadDbFile, LeavesTheFileAlone) {
     EXPECT_EQ(dir.read("db"), "a\n\nb");
 }
 
-TEST(ReadDbFile, DropsEveryRecordThatIsTooLarge) {
-    if (sizeof(void *) > 4)
-        GTEST_SKIP() << "the largest record fits the address space";
-    EXPECT_EQ(read_records("a\n\nb\n", UINT_MAX), Records{});
-}
-
 #if QMV_FAKE_ALLOCATION
-/// Tells whether records are the beginning of others, where a field may be null.
-bool is_beginning(const Records &records, const Records &all) {
-    if (records.size() > all.size())
-        return false;
-    for (std::size_t i = 0; i < records.size(); ++i) {
-        if (records[i].size() > all[i].size())
-            return false;
-        for (std::size_t k = 0; k < records[i].size(); ++k) {
-            if (records[i][k] != all[i][k] && records[i][k] != "(null)")
-                return false;
-        }
-    }
-    return true;
-}
-
 TEST(ReadDbFile, DropsLinesWithoutMemoryAndCountsFieldsWithoutText) {
     const TempDir dir;
     const std::string path = dir.write("db", "a\nb\n\nc\n");
@@ -246,7 +225,6 @@ TEST(ReadDbFile, DropsLinesWithoutMemoryAndCountsFieldsWithoutText) {
             EXPECT_EQ(records, Records{}) << "allocation " << results.size();
         else
             EXPECT_EQ(result, 0) << "allocation " << results.size();
-        EXPECT_TRUE(is_beginning(records, all)) << testing::PrintToString(records);
         results.push_back(records);
     }
     // Record, two fields, record, field: each is the first to fail once.

@@ -85,6 +85,7 @@ TEST(GetDevinfo, ReturnsFirstRowWithoutInformation) {
     const auto table = variants({65, 67, 0});
     EXPECT_EQ(selected(table, nullptr), 0);
     EXPECT_EQ(selected(table, ""), 0);
+    EXPECT_EQ(selected(variants({-5, 5, 0}), ""), 0) << "a key below 0";
 }
 
 TEST(GetDevinfo, ReturnsFirstRowOfAnEmptyTable) {
@@ -182,13 +183,15 @@ TEST(GetInfoflags, WalksTheWholeTable) {
         {"a mask of two bits", 0xFF, table, "0100", nullptr, 0xE6},
         {"last", 0xFF, table, "0001", nullptr, 0xF0},
         {"bits that were not there do not come", 0x12, table, "1111", nullptr, 0x12},
+        {"nor when they are cleared", 0x22, table, "0000", nullptr, 0x20},
     });
 }
 
 TEST(GetInfoflags, ClearsBitsThatOneOfSeveralRowsClears) {
     expect_flags({{"first row clears", 0xF, {{0x1, 0}, {0x1, 1}, kEnd}, "01", nullptr, 0xE},
                   {"second row clears", 0xF, {{0x1, 0}, {0x1, 1}, kEnd}, "10", nullptr, 0xE},
-                  {"overlapping masks", 0xF, {{0x3, 0}, {0x6, 1}, kEnd}, "10", nullptr, 0x9}});
+                  {"overlapping masks", 0xF, {{0x3, 0}, {0x6, 1}, kEnd}, "10", nullptr, 0x9},
+                  {"both clear", 0xF, {{0x3, 0}, {0x6, 1}, kEnd}, "00", nullptr, 0x8}});
 }
 
 TEST(GetInfoflags, ClearsAllBitsOfAnyMask) {

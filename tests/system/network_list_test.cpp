@@ -369,22 +369,40 @@ TEST(ReadInterfaceConf, FailsWithoutMemory) {
 }
 
 TEST(ReadInterfaceConf, FreesTheListOnEveryPath) {
-    Device device;
-    device.expects(SIOCGIFCONF, gives_list(30 * kRecord, "", 30 * kRecord))
-        .expects(SIOCGIFCONF, gives_list(40 * kRecord, "", 0))
-        .expects(SIOCGIFCONF, gives_list(30 * kRecord, "", 30 * kRecord))
-        .fails(SIOCGIFCONF, ENOMEM)
-        .expects(SIOCGIFCONF, gives_list(30 * kRecord, "", 30 * kRecord));
-    const std::size_t before = qmv_test::held_memory();
-    read_interface_conf(nullptr, nullptr);
-    EXPECT_EQ(qmv_test::held_memory(), before) << "after a success";
-    read_interface_conf(nullptr, nullptr);
-    EXPECT_EQ(qmv_test::held_memory(), before) << "after a failed request";
+    constexpr int kTimes = 1000;
+    constexpr std::size_t kFewLists = 300 * 30 * kRecord;
     {
+        Device device;
+        for (int i = 0; i < kTimes; ++i) {
+            device.expects(SIOCGIFCONF, gives_list(30 * kRecord, "", 30 * kRecord))
+                .expects(SIOCGIFCONF, gives_list(40 * kRecord, "", 0));
+        }
+        const std::size_t before = qmv_test::held_memory();
+        for (int i = 0; i < kTimes; ++i)
+            read_interface_conf(nullptr, nullptr);
+        EXPECT_LT(qmv_test::held_memory(), before + kFewLists) << "after a success";
+        EXPECT_EQ(device.unused(), 0u);
+    }
+    {
+        Device device;
+        for (int i = 0; i < kTimes; ++i)
+            device.fails(SIOCGIFCONF, ENOMEM);
+        const std::size_t before = qmv_test::held_memory();
+        for (int i = 0; i < kTimes; ++i)
+            read_interface_conf(nullptr, nullptr);
+        EXPECT_LT(qmv_test::held_memory(), before + kFewLists) << "after a failed request";
+        EXPECT_EQ(device.unused(), 0u);
+    }
+    Device device;
+    for (int i = 0; i < kTimes; ++i)
+        device.expects(SIOCGIFCONF, gives_list(30 * kRecord, "", 30 * kRecord));
+    const std::size_t before = qmv_test::held_memory();
+    for (int i = 0; i < kTimes; ++i) {
         const qmv_test::AllocationFailure none(1);
         read_interface_conf(nullptr, nullptr);
     }
-    EXPECT_EQ(qmv_test::held_memory(), before) << "after a failed allocation";
+    EXPECT_LT(qmv_test::held_memory(), before + kFewLists) << "after a failed allocation";
+    EXPECT_EQ(device.unused(), 0u);
 }
 
 #endif

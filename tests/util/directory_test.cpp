@@ -733,7 +733,7 @@ TEST(StrReplaceChr, ReplacesEveryByteThatEquals) {
     }
 }
 
-TEST(StrReplaceChr, FindsABytesAbove7fByItsNegativeValueOnly) {
+TEST(StrReplaceChr, FindsAByteAbove7fByItsNegativeValueOnly) {
     for (int byte = 0x80; byte <= 0xFF; ++byte) {
         const std::string before = {'a', static_cast<char>(byte), 'b'};
         std::string bytes = before;

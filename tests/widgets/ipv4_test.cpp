@@ -10,6 +10,7 @@
 
 #include "tests/fakes/allocation.h"
 #include "tests/support/failing_output.h"
+#include "tests/support/held_memory.h"
 #include "tests/support/io.h"
 #include "tests/support/item_file.h"
 #include "tests/support/output.h"
@@ -424,6 +425,15 @@ TEST(ScanIpv4Cidr, TakesTextsOfAnyLength) {
     }
 }
 
+TEST(ScanIpv4Cidr, FreesTheCopyOfALongText) {
+    const std::string text = std::string(100000, '0') + "1.2.3.4/24";
+    ipv4_cidr cidr{};
+    const std::size_t before = qmv_test::held_memory();
+    for (int i = 0; i < 3; ++i)
+        scan_ipv4cidr(text.c_str(), &cidr, 0, 0);
+    EXPECT_LT(qmv_test::held_memory(), before + 50000);
+}
+
 #if QMV_FAKE_ALLOCATION
 TEST(ScanIpv4Cidr, TakesTheDefaultForTheAddressWithoutMemory) {
     const std::string text = std::string(100000, '0') + "1.2.3.4/24";
@@ -718,7 +728,7 @@ TEST(UpdateIpv4BoxItem, WritesAnotherAddressOnly) {
     EXPECT_FALSE(item.touched());
 }
 
-TEST(UpdateIpv4BoxItem, FailsWithoutAnItemOrAddress) {
+TEST(UpdateIpv4BoxItem, FailsWithoutAnItemAndWritesNothingWithoutAnAddress) {
     const TempDir dir;
     const uint32_t addr = ip(10, 0, 0, 1);
     EXPECT_EQ(update_ipv4box_item(dir.path(), "missing", &addr), -1);
@@ -726,7 +736,7 @@ TEST(UpdateIpv4BoxItem, FailsWithoutAnItemOrAddress) {
     EXPECT_EQ(update_ipv4box_item(nullptr, "item", &addr), -1);
     EXPECT_EQ(update_ipv4box_item(dir.path(), nullptr, &addr), -1);
     const ItemFile item("10.0.0.9\n");
-    EXPECT_EQ(update_ipv4box_item(item.dir(), item.name(), nullptr), -1);
+    EXPECT_EQ(update_ipv4box_item(item.dir(), item.name(), nullptr), 0);
     EXPECT_FALSE(item.touched());
 }
 
@@ -775,7 +785,7 @@ TEST(RdIpv4BoxItem, TakesTheDefaultWhenTheItemCannotBeRead) {
         EXPECT_EQ(rd_ipv4box_item(row.dir, row.name, &addr, ip(9, 8, 7, 6)), 1) << row.label;
         EXPECT_EQ(dotted(addr), "9.8.7.6") << row.label;
     }
-    EXPECT_EQ(rd_ipv4box_item(dir.path(), "missing", nullptr, 0), 1);
+    EXPECT_EQ(rd_ipv4box_item(dir.path(), "missing", nullptr, 0), 0);
 }
 
 TEST(UpdateIpv4CidrItem, WritesAnotherNetworkOnly) {
@@ -807,7 +817,7 @@ TEST(UpdateIpv4CidrItem, WritesAnotherNetworkOnly) {
     EXPECT_FALSE(item.touched());
 }
 
-TEST(UpdateIpv4CidrItem, FailsWithoutAnItemOrNetwork) {
+TEST(UpdateIpv4CidrItem, FailsWithoutAnItemAndWritesNothingWithoutANetwork) {
     const TempDir dir;
     const ipv4_cidr cidr{ip(10, 0, 0, 0), 8};
     EXPECT_EQ(update_ipv4cidr_item(dir.path(), "missing", &cidr), -1);
@@ -815,7 +825,7 @@ TEST(UpdateIpv4CidrItem, FailsWithoutAnItemOrNetwork) {
     EXPECT_EQ(update_ipv4cidr_item(nullptr, "item", &cidr), -1);
     EXPECT_EQ(update_ipv4cidr_item(dir.path(), nullptr, &cidr), -1);
     const ItemFile item("10.0.0.0/9\n");
-    EXPECT_EQ(update_ipv4cidr_item(item.dir(), item.name(), nullptr), -1);
+    EXPECT_EQ(update_ipv4cidr_item(item.dir(), item.name(), nullptr), 0);
     EXPECT_FALSE(item.touched());
 }
 
@@ -866,7 +876,7 @@ TEST(RdIpv4CidrItem, TakesTheDefaultWhenTheItemCannotBeRead) {
         EXPECT_EQ(rd_ipv4cidr_item(row.dir, row.name, &cidr, 0), 1) << row.label;
         EXPECT_EQ(dotted(cidr), "0.0.0.0/0") << row.label;
     }
-    EXPECT_EQ(rd_ipv4cidr_item(dir.path(), "missing", nullptr, 0), 1);
+    EXPECT_EQ(rd_ipv4cidr_item(dir.path(), "missing", nullptr, 0), 0);
 }
 
 TEST(Ipv4Items, LeaveNoDescriptorOpen) {
