@@ -66,6 +66,8 @@ int save_selectbox_cert(char *out, int out_size, const char *posted) {
 }
 
 int update_cert_item(const char *dir, const char *item, const char *posted, uint32_t max_len) {
+    if (posted == nullptr)
+        return -1;
     const int limit = qmv::clamp_to_int(max_len);
     qmv::Scratch file(static_cast<size_t>(limit) + 1);
     if (!file)

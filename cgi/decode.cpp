@@ -23,8 +23,7 @@ const char *environment(const char *name) {
 
 /// Converts as atoi does; a number that does not fit stays at the nearest int on every machine.
 int to_int(const char *s) {
-    while (qmv::is_space(*s))
-        ++s;
+    s = qmv::skip_space(s);
     const bool negative = *s == '-';
     if (negative || *s == '+')
         ++s;
@@ -34,8 +33,9 @@ int to_int(const char *s) {
     return negative ? -number : number;
 }
 
-/// The value of one character of a %XX escape. Intended: any character has one.
-unsigned hex_value(char c) {
+/// The value of one character of a %XX escape. Intended: any character has one, and bytes
+/// from 0x80 on are positive numbers on every machine.
+unsigned escape_digit(char c) {
     const unsigned byte = static_cast<unsigned char>(c);
     return byte < 'A' ? byte - '0' : (byte & ~0x20u) - 55;
 }
@@ -100,11 +100,10 @@ const char *find_boundary(const char *type) {
     const auto length = static_cast<size_t>(semicolon - type);
     if (length > kMultipart.size() || ::strncasecmp(type, kMultipart.data(), length) != 0)
         qmv::cgi_fatal(kUnsupportedType);
-    const char *parameter = semicolon + 1;
-    while (qmv::is_space(*parameter))
-        ++parameter;
+    const char *parameter = qmv::skip_space(semicolon + 1);
     if (::strncasecmp(parameter, kParameter.data(), kParameter.size()) != 0)
         qmv::cgi_fatal(kUnsupportedType);
+    // Intended: quotes and what follows the boundary belong to it.
     return parameter + kParameter.size();
 }
 
@@ -182,7 +181,7 @@ void cgi_unescape(char *s) {
         }
         if (s[1] == '\0' || s[2] == '\0')
             break;
-        *out++ = static_cast<char>(hex_value(s[1]) * 16 + hex_value(s[2]));
+        *out++ = static_cast<char>(escape_digit(s[1]) * 16 + escape_digit(s[2]));
         s += 3;
     }
     *out = '\0';

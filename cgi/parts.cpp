@@ -53,13 +53,9 @@ class Batch {
     size_t line_count_ = 0;
 };
 
-char *skip_space(char *s) {
-    while (qmv::is_space(*s))
-        ++s;
-    return s;
-}
-
 void Batch::read_headers() {
+    // Intended: five kept lines end the headers, and a line that does not fit the buffer ends the
+    // input.
     while (line_count_ < lines_.size()) {
         auto line = qmv::Block<char>::allocate(kLineSize);
         if (!line)
@@ -84,7 +80,7 @@ bool Batch::add_header(char *line) {
     if (colon == nullptr)
         return false;
     *colon = '\0';
-    cgivar *header = add(nullptr, line, skip_space(colon + 1));
+    cgivar *header = add(nullptr, line, qmv::skip_space(colon + 1));
     char *semicolon = std::strchr(header->value, ';');
     if (semicolon != nullptr) {
         *semicolon = '\0';
@@ -96,7 +92,7 @@ bool Batch::add_header(char *line) {
 /// Makes records of the parameters name="value" behind a header's value, until one is malformed.
 void Batch::add_parameters(cgivar *header, char *cursor) {
     while (!full()) {
-        char *name = skip_space(cursor);
+        char *name = qmv::skip_space(cursor);
         char *equals = std::strchr(name, '=');
         if (equals == nullptr || equals[1] != '"')
             return;
@@ -127,8 +123,11 @@ int decode_part(void *ctx, char *boundary, cgivars_callback cb) {
 namespace qmv {
 
 int decode_parts(void *ctx, char *boundary, cgivars_callback cb) {
-    if (cb != nullptr)
-        cb(ctx, Batch(boundary).records(), 1, CGI_MODE_MULTIPART);
+    if (cb != nullptr) {
+        char name[] = "boundary";
+        cgivar record{nullptr, name, boundary};
+        cb(ctx, &record, 1, CGI_MODE_MULTIPART);
+    }
     while (decode_part(ctx, boundary, cb) == 0) {
     }
     return cb != nullptr ? cb(ctx, nullptr, 0, CGI_MODE_MULTIPART) : 0;

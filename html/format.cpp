@@ -138,7 +138,8 @@ class Formatter {
                     va_arg(args, const char *), qmv::kNoLimit));
                 return true;
             case 'c':
-                print_repeated(va_arg(args, unsigned), number == kUnset ? 1 : number);
+                print_repeated(static_cast<unsigned>(va_arg(args, int)),
+                               number == kUnset ? 1 : number);
                 return true;
             case 'u':
             case 'x':

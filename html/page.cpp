@@ -8,7 +8,7 @@
 #include "qmv/items.h"
 #include "qmv/util.h"
 #include "util/ascii.h"
-#include "util/owners.h"
+#include "util/format.h"
 #include "util/scratch.h"
 
 namespace {
@@ -25,12 +25,6 @@ int print_script_tag(unsigned how) {
     if (tags == HEAD_SCRIPT_OPEN)
         return print_str("<script>\r\n");
     return (tags & HEAD_SCRIPT_CLOSE) != 0 ? print_str("</script>\r\n") : 0;
-}
-
-/// Formats an address. Null when that fails.
-qmv::Block<char> format_url(const char *url_fmt, va_list args) {
-    char *url = nullptr;
-    return qmv::Block<char>(::vasprintf(&url, url_fmt, args) >= 0 ? url : nullptr);
 }
 
 }  // namespace
@@ -72,6 +66,7 @@ int print_head_css(const char *path, ...) {
     bool open = false;
     for (; path != nullptr; path = va_arg(paths, const char *)) {
         const qmv::Descriptor file = open_file(path);
+        // Intended: a missing file counts.
         if (file.get() == 0)
             continue;
         if (!open)
@@ -89,7 +84,7 @@ int print_head_refresh(unsigned seconds, const char *url_fmt, ...) {
         return std::printf(" content=\"%u\">\r\n", seconds);
     va_list args;
     va_start(args, url_fmt);
-    const auto url = format_url(url_fmt, args);
+    const auto url = qmv::format_text(url_fmt, args);
     va_end(args);
     // Intended: without an address the tag stays open.
     return url ? std::printf(" content=\"%u; URL=%s\">\r\n", seconds, url.get()) : opened;
@@ -101,7 +96,7 @@ int print_refresh(const char *header1, const char *header2, unsigned seconds, co
     if (url_fmt != nullptr) {
         va_list args;
         va_start(args, url_fmt);
-        const auto url = format_url(url_fmt, args);
+        const auto url = qmv::format_text(url_fmt, args);
         va_end(args);
         if (url)
             std::printf("<meta http-equiv=\"refresh\" content=\"%u; URL=%s\">\r\n", seconds,
@@ -139,5 +134,6 @@ int print_num_str_mark(const char *digits, const char *mark) {
         print_str(mark);
         print_mem(group, kGroup);
     }
+    // Intended: not the number of bytes.
     return 0;
 }

@@ -44,8 +44,7 @@ void parse_items_str(int (*callback)(int ctx, char *element), int ctx, char *s, 
         return;
     const char mark = static_cast<char>(separator);
     while (s != nullptr) {
-        while (*s == ' ')
-            ++s;
+        s = qmv::skip_blanks(s);
         char *end = mark != '\0' ? std::strchr(s, mark) : nullptr;
         if (end != nullptr)
             *end++ = '\0';

@@ -6,7 +6,7 @@
 
 #include "qmv/items.h"
 #include "util/ascii.h"
-#include "util/owners.h"
+#include "util/format.h"
 
 namespace {
 
@@ -53,17 +53,11 @@ int read_item_uint(const char *dir, const char *name, unsigned *out) {
 }
 
 int read_item_uint_fmt(unsigned *out, const char *format, ...) {
-    if (format == nullptr)
-        return -1;
-    char *text = nullptr;
     va_list args;
     va_start(args, format);
-    const int length = ::vasprintf(&text, format, args);
+    const auto path = qmv::format_text(format, args);
     va_end(args);
-    if (length < 0)
-        return -1;
-    const qmv::Block<char> path(text);
-    if (length == 0)
+    if (!path || path[0] == '\0')
         return -1;
     const qmv::Descriptor item(open_path_name("", path.get(), O_RDONLY, 0));
     return read_item_uint_fd(item.get(), out);
@@ -92,6 +86,7 @@ unsigned bool_to_uint(const char *s) {
 int call_uint(const char *dir, const char *name, int (*fn)(unsigned value)) {
     if (fn == nullptr)
         return -2;
+    // Intended: this is what fn gets for an empty item.
     unsigned value = 0xFFFFFFFF;
     if (read_item_uint(dir, name, &value) < 0)
         return -1;

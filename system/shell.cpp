@@ -1,5 +1,6 @@
 #include <signal.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
@@ -9,6 +10,7 @@
 #include "qmv/items.h"
 #include "qmv/system.h"
 #include "util/ascii.h"
+#include "util/format.h"
 #include "util/lines.h"
 #include "util/owners.h"
 
@@ -37,14 +39,6 @@ class Command {
   private:
     std::FILE *stream_;
 };
-
-qmv::Block<char> format_command(const char *format, va_list args) QMV_PRINTF(1, 0);
-
-qmv::Block<char> format_command(const char *format, va_list args) {
-    char *text = nullptr;
-    const int length = format != nullptr ? ::vasprintf(&text, format, args) : -1;
-    return qmv::Block<char>(length >= 0 ? text : nullptr);
-}
 
 /// Runs a command and calls back for each line. Returns its status, -1 when it was not run or read.
 template <typename Callback>
@@ -80,7 +74,8 @@ class LineList {
         const size_t length = std::strlen(line);
         if (length == 0)
             return;
-        auto block = qmv::Block<char>::allocate(offsetof(shell_line_node, text) + length + 1);
+        auto block = qmv::Block<char>::allocate(
+            std::max(sizeof(shell_line_node), offsetof(shell_line_node, text) + length + 1));
         if (!block)
             return;
         std::memcpy(block.get() + offsetof(shell_line_node, text), line, length + 1);
@@ -132,7 +127,7 @@ size_t read_output(std::FILE *stream, qmv::Block<char> &text, size_t size) {
 int run_shell(uint32_t flags, const char *format, ...) {
     va_list args;
     va_start(args, format);
-    const auto command = format_command(format, args);
+    const auto command = qmv::format_text(format, args);
     va_end(args);
     if (!command)
         return -1;
@@ -149,9 +144,11 @@ int run_shell(uint32_t flags, const char *format, ...) {
 }
 
 int asprint_shell(char **result, const char *command) {
-    if (result == nullptr || command == nullptr)
+    if (result == nullptr)
         return -1;
     *result = nullptr;
+    if (command == nullptr)
+        return -1;
     auto text = qmv::Block<char>::allocate(kGrowth);
     if (!text)
         return -1;
@@ -175,7 +172,7 @@ int asprint_title_shell(char **result, const char *command) {
 int shell_run(shell_lines *lines, const char *format, ...) {
     va_list args;
     va_start(args, format);
-    const auto command = format_command(format, args);
+    const auto command = qmv::format_text(format, args);
     va_end(args);
     if (!command)
         return -1;

@@ -23,7 +23,16 @@ constexpr bool is_control(char c) {
     return byte < 0x20 || byte == 0x7F;
 }
 
-constexpr const char *skip_blanks(const char *s) {
+/// Skips white space; the text may be a changeable one.
+template <typename Char>
+constexpr Char *skip_space(Char *s) {
+    while (is_space(*s))
+        ++s;
+    return s;
+}
+
+template <typename Char>
+constexpr Char *skip_blanks(Char *s) {
     while (*s == ' ')
         ++s;
     return s;

@@ -9,7 +9,7 @@
 #include <initializer_list>
 
 #include "qmv/util.h"
-#include "util/owners.h"
+#include "util/format.h"
 
 namespace {
 
@@ -77,7 +77,9 @@ Made make_path(char *path, bool recursive) {
 }
 
 int report(const char *action, const char *path) {
+    const int kept = errno;
     std::fprintf(stderr, "can't %s directory '%s'", action, path);
+    errno = kept;
     return -1;
 }
 
@@ -97,17 +99,11 @@ int for_each_entry(const char *path, Callback callback) {
 }  // namespace
 
 int remove_filef(const char *format, ...) {
-    if (format == nullptr)
-        return -1;
-    char *path = nullptr;
     va_list args;
     va_start(args, format);
-    const int length = ::vasprintf(&path, format, args);
+    const auto path = qmv::format_text(format, args);
     va_end(args);
-    if (length < 0)
-        return -1;
-    const qmv::Block<char> owned(path);
-    return ::unlink(path);
+    return path ? ::unlink(path.get()) : -1;
 }
 
 int remove_dir_leaf(const char *dir) {

@@ -64,6 +64,7 @@ int textbox_filter_ip6prefix(unsigned /*pos*/, unsigned ch) {
 
 int textbox_filter_octet(unsigned pos, unsigned ch) {
     ch = low16(ch);
+    // Intended: control characters are accepted, and a blank as soon as something was kept.
     return ch < 0x80 && (ch != ' ' || pos != 0) ? 1 : 0;
 }
 
@@ -75,11 +76,13 @@ int textbox_filter_ppp_username(unsigned /*pos*/, unsigned ch) {
 
 int textbox_filter_ppp_password(unsigned pos, unsigned ch) {
     const unsigned low = low16(ch);
+    // Intended: a wildcard is accepted as soon as something was kept.
     return pos == 0 && (low == '*' || low == '?') ? 0 : textbox_filter_ppp_username(pos, ch);
 }
 
 int textbox_filter_shell_quoted(unsigned /*pos*/, unsigned ch) {
     ch = low16(ch);
+    // Intended: control characters are accepted.
     return ch != '\\' && ch != '$' && !is_quote(ch) ? 1 : 0;
 }
 

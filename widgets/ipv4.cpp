@@ -16,6 +16,7 @@
 
 namespace {
 
+// Intended: the text 255.255.255.255 stands for no address, too.
 constexpr uint32_t kNoAddress = 0xFFFFFFFF;
 constexpr uint32_t kMaxPrefix = 32;
 constexpr unsigned kAddressLength = 15;
@@ -27,17 +28,17 @@ uint32_t address_or(const char *text, uint32_t dflt) {
 }
 
 /// The text of an address or a network, as a box shows it; empty for none.
-class BoxText {
+class AddressText {
   public:
-    explicit BoxText(const uint32_t *addr) {
+    explicit AddressText(const uint32_t *addr) {
         if (addr != nullptr)
             put_address(*addr);
     }
-    explicit BoxText(const ipv4_cidr *cidr) {
+    explicit AddressText(const ipv4_cidr *cidr) {
         if (cidr != nullptr)
             put_network(cidr->addr, std::min(cidr->prefix, kMaxPrefix));
     }
-    BoxText(uint32_t addr, uint32_t prefix) { put_network(addr, prefix); }
+    AddressText(uint32_t addr, uint32_t prefix) { put_network(addr, prefix); }
 
     [[nodiscard]] const char *get() const { return text_; }
 
@@ -52,11 +53,11 @@ class BoxText {
     char text_[kCidrLength + 1] = "";
 };
 
-int print_xbox(int size, unsigned length, const BoxText &value, unsigned flags, const char *format,
-               va_list args) QMV_PRINTF(5, 0);
+int print_xbox(int size, unsigned length, const AddressText &value, unsigned flags,
+               const char *format, va_list args) QMV_PRINTF(5, 0);
 
-int print_xbox(int size, unsigned length, const BoxText &value, unsigned flags, const char *format,
-               va_list args) {
+int print_xbox(int size, unsigned length, const AddressText &value, unsigned flags,
+               const char *format, va_list args) {
     qmv::open_input("text");
     if (size >= 0)
         std::printf(" size=\"%d\"", size > 0 ? size : static_cast<int>(length));
@@ -64,18 +65,13 @@ int print_xbox(int size, unsigned length, const BoxText &value, unsigned flags, 
     return qmv::close_tag(flags, format, args);
 }
 
-int print_box(const char *name, uint32_t size, unsigned length, const BoxText &value,
+int print_box(const char *name, uint32_t size, unsigned length, const AddressText &value,
               unsigned flags) {
     qmv::open_input("text");
     qmv::print_name(name);
     std::printf(" size=\"%u\" maxlength=\"%u\" value=\"%s\"", size > 0 ? size : length, length,
                 value.get());
     return qmv::close_tag(flags);
-}
-
-/// Reads the prefix behind a slash; what follows its digits is ignored.
-uint32_t take_prefix(const char *text) {
-    return std::min(qmv::take_decimal(text), kMaxPrefix);
 }
 
 ipv4_cidr parse_cidr(const char *text, uint32_t dflt) {
@@ -91,7 +87,8 @@ ipv4_cidr parse_cidr(const char *text, uint32_t dflt) {
             address.get()[length] = '\0';
             cidr.addr = address_or(address.get(), dflt);
         }
-        cidr.prefix = take_prefix(slash + 1);
+        const char *digits = slash + 1;
+        cidr.prefix = std::min(qmv::take_decimal(digits), kMaxPrefix);
     }
     if (cidr.addr == 0)
         cidr.prefix = 0;
@@ -135,25 +132,26 @@ int scan_ipv4_netmask(const char *text, uint32_t *mask, uint32_t min_prefix, uin
         return 0;
     const auto prefix = static_cast<uint32_t>(gen_prefix(::inet_addr(text)));
     *mask = gen_netmask(std::min(std::max(prefix, min_prefix), max_prefix));
+    // Intended: also when it was this mask before.
     return 1;
 }
 
 int gen_xipv4box(int size, const uint32_t *addr, uint32_t flags, const char *format, ...) {
     va_list args;
     va_start(args, format);
-    const int result = print_xbox(size, kAddressLength, BoxText(addr), flags, format, args);
+    const int result = print_xbox(size, kAddressLength, AddressText(addr), flags, format, args);
     va_end(args);
     return result;
 }
 
 int gen_ipv4box(const char *name, uint32_t size, const uint32_t *addr, uint32_t flags) {
-    return print_box(name, size, kAddressLength, BoxText(addr), flags);
+    return print_box(name, size, kAddressLength, AddressText(addr), flags);
 }
 
 int update_ipv4box_item(const char *dir, const char *name, const uint32_t *addr) {
     if (addr == nullptr)
         return 0;
-    return update_item(dir, name, BoxText(addr).get(), kAddressLength);
+    return update_item(dir, name, AddressText(addr).get(), kAddressLength);
 }
 
 int rd_ipv4box_item(const char *dir, const char *name, uint32_t *addr, uint32_t dflt) {
@@ -180,20 +178,20 @@ int scan_ipv4cidr(const char *text, ipv4_cidr *cidr, uint32_t dflt, int mask_hos
 int gen_xipv4cidr(int size, const ipv4_cidr *cidr, uint32_t flags, const char *format, ...) {
     va_list args;
     va_start(args, format);
-    const int result = print_xbox(size, kCidrLength, BoxText(cidr), flags, format, args);
+    const int result = print_xbox(size, kCidrLength, AddressText(cidr), flags, format, args);
     va_end(args);
     return result;
 }
 
 int gen_ipv4cidr(const char *name, uint32_t size, const ipv4_cidr *cidr, uint32_t flags) {
-    return print_box(name, size, kCidrLength, BoxText(cidr), flags);
+    return print_box(name, size, kCidrLength, AddressText(cidr), flags);
 }
 
 int update_ipv4cidr_item(const char *dir, const char *name, const ipv4_cidr *cidr) {
     if (cidr == nullptr)
         return 0;
     // Intended: the prefix is written as it is, also when it is above 32.
-    return update_item(dir, name, BoxText(cidr->addr, cidr->prefix).get(), kCidrLength);
+    return update_item(dir, name, AddressText(cidr->addr, cidr->prefix).get(), kCidrLength);
 }
 
 int rd_ipv4cidr_item(const char *dir, const char *name, ipv4_cidr *cidr, uint32_t dflt) {

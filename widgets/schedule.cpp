@@ -15,8 +15,8 @@ constexpr char kDayNames[kDays][4] = {"sun", "mon", "tue", "wed", "thu", "fri", 
 // Seven digits, the commas between them, and a terminator.
 constexpr unsigned kCronSize = 2 * kDays + 1;
 
-/// Reads a number as "%u" of the standard scanner: white space and a sign may precede it. One that
-/// does not fit is UINT_MAX on every machine. False when there is none.
+/// Reads a number as "%u" of the standard scanner: white space and a sign may precede it. Intended:
+/// one that does not fit is UINT_MAX on every machine. False when there is none.
 bool take_time_field(const char *&cursor, unsigned &field) {
     char *end = nullptr;
     const long long number = std::strtoll(cursor, &end, 10);
@@ -26,12 +26,6 @@ bool take_time_field(const char *&cursor, unsigned &field) {
     const bool fits = number <= UINT_MAX && number >= -static_cast<long long>(UINT_MAX);
     field = fits ? static_cast<unsigned>(number) : UINT_MAX;
     return true;
-}
-
-bool is_blank_text(const char *s) {
-    while (qmv::is_space(*s))
-        ++s;
-    return *s == '\0';
 }
 
 }  // namespace
@@ -49,7 +43,7 @@ int scan_time(const char *in, unsigned *hour, unsigned *minute) {
     *hour = 1;
     *minute = 0;
     if (!take_time_field(in, *hour))
-        return is_blank_text(in) ? -1 : 0;
+        return *qmv::skip_space(in) == '\0' ? -1 : 0;
     int fields = 1;
     if (*in == ':' && take_time_field(++in, *minute))
         fields = 2;

@@ -9,7 +9,7 @@
 #include "qmv/html.h"
 #include "qmv/items.h"
 #include "qmv/widgets.h"
-#include "util/owners.h"
+#include "util/format.h"
 #include "util/scratch.h"
 #include "widgets/posted.h"
 #include "widgets/tag.h"
@@ -36,14 +36,6 @@ int NumberOptions::answer(void *context, unsigned op, unsigned index, int arg) {
         return 1;
     }
     return options.fn != nullptr ? options.fn(op, index, arg) : -1;
-}
-
-unsigned print_numbers(const selectbox_state *state, const char *name, selectbox_num_fn fn, int arg,
-                       const char *attributes) {
-    const unsigned flags = state != nullptr ? state->flags : unsigned{PRINT_DISABLED};
-    NumberOptions options{state != nullptr ? state->value.number : 0, fn, attributes};
-    gen_selectbox_class(&options, name, NumberOptions::answer, arg, kMaxOptions, flags);
-    return flags;
 }
 
 /// A text box.
@@ -140,21 +132,19 @@ int gen_selectbox_class(void *context, const char *name, selectbox_class cls, in
 
 unsigned gen_selectbox_num(selectbox_state *state, const char *name, selectbox_num_fn fn, int arg,
                            const char *attributes) {
-    return print_numbers(state, name, fn, arg, attributes);
+    const unsigned flags = state != nullptr ? state->flags : unsigned{PRINT_DISABLED};
+    NumberOptions options{state != nullptr ? state->value.number : 0, fn, attributes};
+    gen_selectbox_class(&options, name, NumberOptions::answer, arg, kMaxOptions, flags);
+    return flags;
 }
 
 unsigned gen_xselectbox_num(selectbox_state *state, selectbox_num_fn fn, int arg,
                             const char *format, ...) {
-    char *text = nullptr;
-    if (format != nullptr) {
-        va_list args;
-        va_start(args, format);
-        if (::vasprintf(&text, format, args) < 0)
-            text = nullptr;
-        va_end(args);
-    }
-    const qmv::Block<char> attributes(text);
-    return print_numbers(state, nullptr, fn, arg, attributes.get());
+    va_list args;
+    va_start(args, format);
+    const auto attributes = qmv::format_text(format, args);
+    va_end(args);
+    return gen_selectbox_num(state, nullptr, fn, arg, attributes.get());
 }
 
 int selectbox_num_show_value(unsigned index, unsigned current) {

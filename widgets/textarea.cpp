@@ -87,6 +87,7 @@ int update_textarea_file(const char *dir, const char *name, const char *text, un
     unsigned length = 0;
     const bool same_count =
         utf8_length(text, maxchars, &length) == utf8_length(stored.get(), maxchars, nullptr);
+    // Intended: the whole text is compared, so that one that is cut below is written each time.
     if (same_count && std::strcmp(stored.get(), text) == 0)
         return 0;
     const qmv::Descriptor out(open_path_name(dir, name, O_WRONLY | O_TRUNC, 0));

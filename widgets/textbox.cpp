@@ -80,9 +80,9 @@ class PostedText {
 };
 
 /// The text of an item that a box of so many characters shows, and the flags to show it with.
-class BoxText {
+class ItemText {
   public:
-    BoxText(const char *dir, const char *name, unsigned maxchars, unsigned flags)
+    ItemText(const char *dir, const char *name, unsigned maxchars, unsigned flags)
         : buffer_(static_cast<size_t>(qmv::byte_limit(maxchars)) + 1),
           flags_(buffer_ ? rd_textbox_item(dir, name, buffer_.get(),
                                            static_cast<unsigned>(qmv::byte_limit(maxchars)),
@@ -104,7 +104,8 @@ void print_value(unsigned size, const char *value, unsigned flags) {
             html_printf(1, " value=\"%*s\"", width, value);
         return;
     }
-    // Intended: a disabled box does not even show how long its value is.
+    // Intended: a disabled box does not even show how long its value is; without a limit that is a
+    // great many bullets.
     const int bullets =
         (flags & PRINT_DISABLED) != 0 ? width : static_cast<int>(utf8_length(value, size, nullptr));
     html_printf(1, " value=\"%*c\"", bullets, kBullet);
@@ -180,7 +181,7 @@ unsigned rd_textbox_item(const char *dir, const char *name, char *buf, unsigned 
 
 unsigned gen_xtextbox_item(const char *dir, const char *name, unsigned maxchars, unsigned flags,
                            const char *format, ...) {
-    BoxText item(dir, name, maxchars, flags);
+    ItemText item(dir, name, maxchars, flags);
     va_list args;
     va_start(args, format);
     vgen_xtextbox(qmv::clamp_to_int(maxchars), item.text(), item.flags(), format, args);
@@ -194,14 +195,14 @@ unsigned gen_json_text(const char *value, const char *name, unsigned flags) {
     print_json_flags(flags);
     if (value == nullptr || (flags & PRINT_DISABLED) != 0)
         qmv::print_json_null(name);
-    else
+    else  // Intended: neither is escaped.
         std::printf("\"%s\": \"%s\"", name, value);
     return flags | PRINT_JSON_COMMA | (value == nullptr ? PRINT_DISABLED : 0);
 }
 
 unsigned gen_json_text_item(const char *dir, const char *name, unsigned maxchars,
                             const char *jsonname, unsigned flags) {
-    BoxText item(dir, name, maxchars, flags);
+    ItemText item(dir, name, maxchars, flags);
     return gen_json_text(item.text(), jsonname, item.flags());
 }
 
@@ -229,7 +230,7 @@ int update_password_item(const char *dir, const char *name, const char *value, u
     }
     if (rejected != nullptr)
         *rejected = seen == bullets ? 0 : refused;
-    // Intended: with any bullet or refused character in it, nothing is written.
+    // Intended: with any bullet or refused character in it, nothing is written; an empty value is.
     return seen == text.collector.chars() ? text.update(dir, name, maxchars) : 0;
 }
 

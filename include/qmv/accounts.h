@@ -80,14 +80,15 @@ typedef struct passwd_field {
 
 /// A posted change of password.
 typedef struct passwd_form {
-    passwd_field current;
-    passwd_field fresh;
-    passwd_field confirm;
+    passwd_field current;  ///< the password that is to be changed
+    passwd_field fresh;    ///< the new one
+    passwd_field confirm;  ///< the new one again
 } passwd_form;
 
 /// Checks an entered password: ASCII letters, digits and the marks # + , - . / : ; @
-/// @param text        UTF-8, read up to its end or first invalid sequence; null counts as empty
-/// @param accepted    receives text when it is acceptable; may be null
+/// @param text        UTF-8, looked at up to its end or first invalid sequence; null counts as
+///                    empty
+/// @param accepted    receives text, the whole of it, when it is acceptable; may be null
 /// @param min_chars,max_chars   limits in characters
 /// @return
 ///  - PW_UNCHANGED: it is empty
@@ -98,14 +99,17 @@ uint32_t chk_new_passwd(const char *text, const char **accepted, uint32_t min_ch
                         uint32_t max_chars);
 
 /// Reads a stored password.
-/// @param rec   filled; keeps dir and name as pointers. One that cannot be read is plain and empty
+/// @param rec   filled; keeps dir and name as pointers. One that cannot be read is plain and empty.
+///              Null: nothing happens
 /// @return crypt_kind of the stored password
 uint32_t rd_passwd(const char *dir, const char *name, passwd_rec *rec, uint32_t tag);
 
 /// Changes a password as a posted form asks, always to a hash: in the item of the record and in the
 /// item of the same name in another directory. Both must exist; that a write failed is not
 /// reported.
+/// @param form           null: nothing happens
 /// @param rec            receives the outcome in status; kind changes with it, stored does not
+///                       (intended); null: nothing happens
 /// @param copy_dir       the other directory
 /// @param need_current   nonzero: the current password must be right
 void update_pw(const passwd_form *form, passwd_rec *rec, const char *copy_dir, int need_current);
@@ -143,16 +147,23 @@ typedef struct cert_dir {
     int32_t count;            ///< negative when the directory could not be read
 } cert_dir;
 
-/// Shows a file. The tooltip is a title attribute, or null; it is valid during the call.
+/// Shows a file.
+/// @param arg       what was handed to show_certificates()
+/// @param index     place in the listing, from 0
+/// @param tooltip   a title attribute, valid during the call; null when there is none
 /// @return mask of the related rows to show
 typedef uint32_t (*cert_show_file)(uint32_t arg, const char *file_name, int index,
                                    const char *tooltip);
 
-/// Shows a file that belongs to another; `number` is that one's content as a decimal number.
+/// Shows a file that belongs to another.
+/// @param arg,mask   those of the cert_related row
+/// @param number     content of the other file as a decimal number
+/// @param tooltip    as for cert_show_file
 typedef void (*cert_show_related)(uint32_t arg, uint32_t number, uint32_t mask,
                                   const char *tooltip);
 
-/// Fills the description of a directory and lists it.
+/// Fills the description of a directory and lists it. A listing that the description had is not
+/// freed; free this one with cert_dir_free().
 /// @param dir,info,related   kept as pointers; info and related may be null
 /// @return
 ///  - 0 or more: number of entries
@@ -172,6 +183,7 @@ void show_certificates(cert_dir *cd, uint32_t arg, cert_show_file show_file,
                        cert_show_related show_related);
 
 /// Deletes a file of a listing and the files that belong to it, and lists the directory again.
+/// @param index   place in the listing, from 0
 /// @return
 ///  - the new count, negative when the directory can no longer be read
 ///  - 0: also when there is no such entry; nothing was deleted
@@ -180,8 +192,9 @@ int delete_certificate(cert_dir *cd, int index);
 
 /// Builds a title attribute from what an inspection command prints about a file. Runs
 /// `COMMAND -in "PATH" -noout OPTIONS` or `WRAPPER -i "PATH" -- COMMAND -noout OPTIONS`; characters
-/// of the path that mean something to the shell between quotation marks are escaped.
-/// @param out       receives the attribute, which the caller frees
+/// of the path that mean something to the shell between quotation marks are escaped; the other
+/// texts go to the shell as they are.
+/// @param out       receives the attribute, which the caller frees; untouched on failure
 /// @param wrapper   may be null
 /// @return
 ///  - above 0: length of the attribute
@@ -207,14 +220,15 @@ int gen_selectbox_certs(const char *path, const char *name, const char *current,
 /// Decodes a posted value of the select box.
 /// @param out        room for out_size + 1 bytes: the terminator may stand at out[out_size]
 /// @param out_size   bytes of the name at most
-/// @return length of the file name; 0 when it is empty, does not decode or does not fit (out is
-/// then
-///         undefined unless it is empty). The name may hold anything, "/" included.
+/// @return
+///  - above 0: length of the file name. It may hold anything, "/", line feeds and NULs included.
+///  - 0: the value is empty, and so is out; or it does not decode, does not fit or is null, and out
+///    is undefined
 int save_selectbox_cert(char *out, int out_size, const char *posted);
 
 /// Writes a posted value of the select box to an existing item unless it is unchanged.
 /// @param max_len   bytes of the name at most
-/// @return as update_item()
+/// @return as update_item(); -1 also for a null value
 /// Intended: a value that does not decode writes an empty name.
 int update_cert_item(const char *dir, const char *item, const char *posted, uint32_t max_len);
 

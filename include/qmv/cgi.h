@@ -26,17 +26,22 @@ QMV_BEGIN_DECLS
 /// @param query_cb   takes the query string; null: that of a POST is ignored
 /// @return
 ///  - the result of the callback's only call, or of its last one for a multipart body
-///  - 0: there was nothing to decode (an empty query string or body)
+///  - 0: there was nothing to decode (an empty query string or body), or no memory for a copy of
+///    the query string or the boundary
 ///  - negative: query_cb's result for a POST, whose body was then not decoded
 ///  - number of variables: no callback was given, or there was no memory for the records
-/// Exits the process on an unknown method, content type or length, and when the body of a form
-/// cannot be read or stored. A body shorter than announced is decoded as far as it arrived.
+/// Exits the process on an unknown method, content type (one of a form with a parameter such as
+/// "; charset=UTF-8" included) or length, when the body of a form cannot be read or stored, and
+/// when a header line of a part cannot. A body shorter than announced is decoded as far as it
+/// arrived. Of a part's header lines the first five are kept that begin with "Content-" and have a
+/// ":". A parameter is name="value"; what follows one of another form is left out.
 /// Intended: the type in front of ";" may be any prefix of "multipart/form-data"; the boundary is
-/// all behind "boundary=", quotes included.
+/// all behind "boundary=", quotes included; five kept lines end the headers of a part, and a line
+/// of more than 1022 bytes takes the rest of the input with it.
 int getcgivars(void *ctx, cgivars_callback body_cb, cgivars_callback query_cb);
 
 /// Decodes one text of variables, or reads a multipart body from descriptor 0. Used by
-/// getcgivars().
+/// getcgivars(), and may exit as it does when a header line cannot be read or stored.
 /// @param text   changed in place; in mode CGI_MODE_MULTIPART the boundary. Null, or empty in the
 ///               other modes: 0 is returned without a call
 /// @param cb     may be null: variables are counted, parts are skipped
@@ -55,13 +60,15 @@ void cgi_unescape(char *s);
 /// @param fd           where the body is read from; 0 in a callback of getcgivars()
 /// @param boundary     the boundary, up to its end or first CR; null: 2 is returned
 /// @param state        the result for the closing delimiter; programs pass 3
-/// @param writer       receives the content in order, at most 1024 bytes a call (none when the part
-///                     is empty: one call with 0 bytes); its result is ignored; null: discarded
+/// @param writer       receives the content in order, at most 1024 bytes a call; the last call may
+///                     have 0 bytes, and an empty part gets one such call; its result is ignored;
+///                     null: the content is discarded
 /// @param writer_ctx   handed to the writer
 /// @return
 ///  - 0: another part follows; the input stands at its headers
 ///  - state: the closing delimiter was read, with the two bytes behind its tail
-///  - 2: the input ended, a read failed or there was no memory; what was handed over stays
+///  - 2: the input ended, a read failed or there was no memory; what was handed over stays, the
+///    last bytes that could still have begun a delimiter are lost
 int scan_boundary(int fd, const char *boundary, unsigned state, qmv_writer writer,
                   void *writer_ctx);
 

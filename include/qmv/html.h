@@ -86,10 +86,11 @@ int html_print_text_nl(const char *utf8);
 
 /// Prints a format whose string and character arguments are escaped.
 /// Conversions: %s and %c (a UCS-2 code), %d and %i, %u, %x and %X (all of type int or unsigned),
-/// %%. A number in front of "s" limits the characters printed, one in front of "c" repeats the
-/// character; "*" takes that number from an int argument, which is ignored when negative. In front
-/// of an integer conversion flags, width and precision mean what they mean to printf; a "*" there
-/// takes its argument and has no other effect. A width above 2147483647 counts as that.
+/// %%. A string ends at its first invalid sequence. A number in front of "s" limits the characters
+/// printed, one in front of "c" repeats the character; "*" takes that number from an int argument,
+/// which is ignored when negative. In front of an integer conversion flags, width and precision
+/// mean what they mean to printf; a "*" there takes its argument and has no other effect. A width
+/// above 2147483647 counts as that.
 /// @param raw   0: the text between conversions is escaped; otherwise it is printed as it is
 /// @param fmt   null: 0 is returned. A "%" without a conversion letter behind it ends the output.
 /// @return bytes printed

@@ -4,7 +4,8 @@
  * A file holds the value and one newline. A reader takes the bytes up to the first control
  * character (0x00 to 0x1F, 0x7F). Directory and name are joined with one "/"; an empty directory
  * leaves the name as it stands. Neither is checked: a name that a client sent must be looked up
- * among known names first. Files are rewritten in place.
+ * among known names first. Files are rewritten in place: a write that fails, -1, leaves the item
+ * empty or in part.
  */
 #ifndef QMV_ITEMS_H
 #define QMV_ITEMS_H
@@ -50,7 +51,8 @@ int remove_item(const char *dir, const char *name);
 /// @param size   bytes to read at most
 /// @return
 ///  - 0 or more: length of the value
-///  - negative: fd itself, or -1 for a null buffer or a failed read (buf then holds "")
+///  - negative: fd itself, with buf left alone; -1 for a null buffer; -1 for a failed read, and
+///    then buf holds ""
 int read_item_fd(int fd, char *buf, int size);
 
 /// Reads an item's value.
@@ -115,7 +117,7 @@ int read_item_uint(const char *dir, const char *name, unsigned *out);
 /// Reads an unsigned number from a file whose path is given by a printf format.
 /// @return
 ///  - 0 or more: as read_item_uint_fd()
-///  - -1: an empty path, no memory, or the file cannot be opened or read
+///  - -1: a null format, an empty path, no memory, or the file cannot be opened or read
 int read_item_uint_fmt(unsigned *out, const char *format, ...) QMV_PRINTF(2, 3);
 
 /// Reads a signed number from a descriptor: the first 15 bytes at most.
@@ -140,7 +142,7 @@ unsigned bool_to_uint(const char *s);
 /// @param fn   receives the number; 0xFFFFFFFF for an empty item
 /// @return
 ///  - fn's result
-///  - -1: the item cannot be opened or read
+///  - -1: a null directory or name, or the item cannot be opened or read
 ///  - -2: fn is null
 int call_uint(const char *dir, const char *name, int (*fn)(unsigned value));
 
@@ -191,7 +193,7 @@ int create_item_uint(const char *dir, const char *name, unsigned value);
 int create_concat_item(const char *dir, const char *name, const char *first, const char *second);
 
 /// Compares an item's value with a text.
-/// @param size   bytes of both that count at most; not above the first 2147483646
+/// @param size   bytes of both that count at most
 /// @return
 ///  - 0: equal
 ///  - 1: different
@@ -283,7 +285,8 @@ int xtable_del_row(xtable *table, unsigned number);
 /// @param width     sizeof(xtable_row *): any other width leaves the order as it is
 /// @param compare   receives two pointers to row pointers; null leaves the order as it is
 /// @return
-///  - 1: the rows are sorted, or there was no memory and the order is as it was
+///  - 1: the rows are sorted; without memory, with another width or a null compare the order is as
+///    it was
 ///  - 0: a null or empty table
 int xtable_sort(xtable *table, unsigned width, int (*compare)(const void *, const void *));
 

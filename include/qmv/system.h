@@ -28,8 +28,8 @@ struct ifreq;
 /// @param format   printf format of the command
 /// @return
 ///  - 0 or more: exit status
-///  - -1: no memory, or the command cannot be started: "unable to run script!" is printed, unless
-///    quiet or when the command could not even be built
+///  - -1: a null format, no memory, or the command cannot be started: "unable to run script!" is
+///    printed, unless quiet or when the command could not even be built
 int run_shell(uint32_t flags, const char *format, ...) QMV_PRINTF(2, 3);
 
 /// Runs a command and returns its output, less one newline at its end.
@@ -40,7 +40,7 @@ int run_shell(uint32_t flags, const char *format, ...) QMV_PRINTF(2, 3);
 int asprint_shell(char **result, const char *command);
 
 /// Runs a command and builds a title attribute from its output; see asprint_title().
-/// @param result   receives the attribute, which the caller frees
+/// @param result   receives the attribute, which the caller frees; untouched on failure
 /// @return
 ///  - above 0: length of the attribute
 ///  - -1: a null argument, no memory, no output, or the command cannot be started
@@ -65,7 +65,7 @@ typedef struct shell_lines {
 /// @param lines   null: the output is dropped
 /// @return
 ///  - 0 or more: exit status
-///  - -1: no memory, or the command cannot be started
+///  - -1: a null format, no memory, or the command cannot be started
 int shell_run(shell_lines *lines, const char *format, ...) QMV_PRINTF(2, 3);
 
 /// Prints the lines of a list, escaped or with PRINT_RAW raw, and frees them; PRINT_COMMENT and
@@ -131,7 +131,8 @@ int set_link_pwrdown(const char *ifname, uint32_t phy_id, int down);
 int read_interface_conf(const char *prefix, int (*callback)(struct ifreq *record, int index));
 
 /// Reads flags, IPv4 address and netmask of an interface.
-/// @param out   filled; without an address both addresses are zeros; flags is 0 after a failure
+/// @param out   filled; without an address both addresses are zeros. Without such an interface
+///              flags is 0 and the rest is left alone
 /// @return
 ///  - 0: done
 ///  - -1: a null argument, or there is no such interface
@@ -171,7 +172,8 @@ typedef struct db_record {
 ///                    returned and nothing is read
 /// @return
 ///  - 0: the file was read; lines for which there was no memory are left out
-///  - -1: it cannot be opened or closed, or there was no memory for a line buffer
+///  - -1: it cannot be opened or closed, or there was no memory for a line buffer; the list, if
+///    there is one, is to be freed all the same
 int read_db_file(const char *path, unsigned maxfields, db_record **list);
 
 /// Finds the first record whose field has a value.
@@ -251,7 +253,7 @@ const char *dsl_api_get_trellis_modulation(int fd, const char *on, const char *o
 int dsl_api_get_dsl_stream(int fd, dsl_stream *r, unsigned direction);
 
 /// Writes the data rate in kbit/s, rounded down.
-/// @param buf   room for n bytes
+/// @param buf   room for n bytes; a text that does not fit is cut
 /// @return buf; null when the channel is not valid, buf is null or n is below 2
 char *dsl_api_get_datarate(const dsl_stream *r, char *buf, unsigned n);
 
@@ -264,6 +266,7 @@ char *dsl_api_get_max_datarate(const dsl_stream *r, char *buf, unsigned n);
 char *dsl_api_get_interleave_delay(const dsl_stream *r, char *buf, unsigned n);
 
 /// Writes the line attenuation in dB: (tenths + 5) / 10, cut towards zero.
+/// @param buf   room for n bytes; a text that does not fit is cut, with n = 0 nothing is written
 /// @return buf; null when the line is not valid or buf is null
 char *dsl_api_get_latn(const dsl_stream *r, char *buf, unsigned n);
 
@@ -291,11 +294,14 @@ const char *dsl_api_get_latency_type(const dsl_stream *a, const dsl_stream *b);
 ///  - 3: it could not be read whole
 ///  - 4: no memory
 ///  - 5: the CRC is wrong; every look-up returns null
-/// A second call replaces the environment without freeing the first one, whose values stay valid.
+/// At 3, 4 and 5 every look-up returns null; at -1, 1 and 2 the former environment stays. At 3 and
+/// 5 there is a block to free, as at 0.
+/// Intended: a second call replaces the environment without freeing the first one, whose values
+/// stay valid to the end of the process.
 int read_uboot_env(const char *device_path);
 
 /// Looks up a variable.
-/// @param name   may end in "="
+/// @param name   compared up to its end or its first "="
 /// @return its value, valid until free_uboot_env(); null when there is none
 const char *uboot_getenv(const char *name);
 

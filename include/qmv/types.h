@@ -75,11 +75,11 @@ enum qmv_cgi_mode {
 
 /// One decoded request variable. Its strings belong to the decoder, live only during the callback,
 /// and may be changed by it.
-struct cgivar {
+typedef struct cgivar {
     struct cgivar *parent;  ///< for a header's parameter the record of that header, else null
     char *name;             ///< never null
     char *value;            ///< never null; empty for a variable without "="
-};
+} cgivar;
 
 /// Takes one batch of variables.
 /// @param ctx    the pointer that was handed to getcgivars()

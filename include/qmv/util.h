@@ -53,6 +53,7 @@ int print_fsize(long long size);
 
 /// Reads one line that ends in CR LF, a byte at a time, and nothing behind it.
 /// A lone CR or LF belongs to the line.
+/// @param fd     any readable descriptor
 /// @param buf    receives the line without CR LF and a terminator; undefined unless the result is
 ///               positive or an empty line was read
 /// @param size   bytes at `buf`, at least 2; the longest line has size - 2 bytes
@@ -67,6 +68,7 @@ int full_line_read_fd(int fd, char *buf, unsigned size);
 /// @param path       the file
 /// @param callback   receives ctx and the line with its newline, valid during the call and
 ///                   changeable; its result is ignored; null: lines are read and dropped
+/// @param ctx        handed to the callback
 /// @return
 ///  - 0: the whole file was read
 ///  - -1: a null path, a file that cannot be opened or closed, or no memory (no line was read)
@@ -77,7 +79,7 @@ int rd_file_line(const char *path, int (*callback)(void *ctx, char *line), void 
 /// Removes the file whose path a printf format gives.
 /// @return
 ///  - 0: it was removed
-///  - -1: no memory, or unlink() failed
+///  - -1: a null format, no memory, or unlink() failed
 int remove_filef(const char *format, ...) QMV_PRINTF(1, 2);
 
 /// Removes a directory and the files in it, hidden ones too. Directories in it are not entered:
@@ -96,27 +98,25 @@ int check_dir(const char *path);
 /// Creates a directory. "." is always there.
 /// @param path    changed while the function works, and restored
 /// @param mode    permissions of the directory; -1: those that mkdir gives. Parents get 0777 less
-/// the
-///                umask, and in any case write and search permission for their owner
+///                the umask, and in any case write and search permission for their owner
 /// @param flags   0x4: missing parents are created, and a directory that exists is accepted, with
 ///                its permissions left alone
 /// @return
 ///  - 0: the directory is there
 ///  - -1: a null argument, or it failed: "can't create directory 'PATH'" or "can't set permissions
-///  of
-///    directory 'PATH'" stands on stderr, without a newline
+///    of directory 'PATH'" stands on stderr, without a newline
 int make_directory(char *path, int mode, unsigned flags);
 
-/// Finds the file name in a path that a browser sent: what stands behind the last "" and, within
-/// that, behind the last "/".
+/// Finds the file name in a path that a browser sent: what stands behind the last backslash
+/// and, within that, behind the last "/".
 /// @return a place in path; null for null
 const char *valid_filename(const char *path);
 
 /// Replaces each byte of a string that equals another, in place.
 /// @param s      null: null is returned
 /// @param from   compared with the byte as a signed char (intended): a byte above 0x7F is found by
-/// its
-///               negative value only
+///               its negative value only
+/// @param to     what it is replaced by; 0 does not end the search
 /// @return s
 char *str_replace_chr(char *s, int from, int to);
 

@@ -41,7 +41,10 @@ QMV_BEGIN_DECLS
 /// @param flags    bits of qmv_print_flags
 /// @param format   raw attributes, each with a blank in front; may be null
 /// @return '>', or -1 after a write error
-/// Intended: with PRINT_DISABLED a password box shows `size` bullets, whatever the value.
+/// The value ends at its first invalid sequence, a character above U+FFFF for example; data-value
+/// has no more characters than there are bullets.
+/// Intended: with PRINT_DISABLED, and for a value that holds an invalid sequence, `size` bullets
+/// are shown, whatever the value: 2147483647 of them without a limit.
 int gen_xtextbox(int size, const char *value, unsigned flags, const char *format, ...)
     QMV_PRINTF(4, 5);
 
@@ -82,9 +85,10 @@ int update_textbox_item(const char *dir, const char *name, const char *value, un
                         textbox_filter filter);
 
 /// Reads the item of a text box.
-/// @param buf        room for bufsize + 1 bytes; receives the text, "" when the item is missing
+/// @param buf        room for bufsize + 1 bytes; receives the text, "" when the item is missing;
+///                   null: as for a missing item
 /// @param bufsize    bytes to read at most
-/// @param maxchars   the text is cut behind so many characters
+/// @param maxchars   the text is cut behind so many characters, or its first invalid sequence
 /// @return flags, with PRINT_DISABLED added when the item cannot be read
 unsigned rd_textbox_item(const char *dir, const char *name, char *buf, unsigned bufsize,
                          unsigned maxchars, unsigned flags);
@@ -102,6 +106,8 @@ unsigned gen_xtextbox_item(const char *dir, const char *name, unsigned maxchars,
 unsigned gen_json_text(const char *value, const char *name, unsigned flags);
 
 /// Reads an item and prints it with gen_json_text().
+/// @param maxchars   characters at most
+/// @param jsonname   name of the member; null: nothing is printed
 /// @return flags for the next member, PRINT_DISABLED added when the item cannot be read
 unsigned gen_json_text_item(const char *dir, const char *name, unsigned maxchars,
                             const char *jsonname, unsigned flags);
@@ -116,8 +122,9 @@ unsigned gen_json_text_item(const char *dir, const char *name, unsigned maxchars
 ///                   is nothing but bullets
 /// @return
 ///  - as update_item()
-///  - 0: also when nothing was written because of bullets or refused characters; bullets mixed with
-///    other text leave `rejected` at 0
+///  - 0: also when nothing was written because of bullets or refused characters. Bullets mixed with
+///    accepted characters alone leave `rejected` at 0.
+/// Intended: a value with any bullet or refused character is not written, not even in part.
 int update_password_item(const char *dir, const char *name, const char *value, unsigned maxchars,
                          textbox_filter filter, unsigned *rejected);
 
@@ -194,9 +201,8 @@ int gen_textarea(const char *text, unsigned flags, const char *format, ...) QMV_
 char *textarea_to_unix(char *dst, const char *src);
 
 /// Reads the file behind a text area.
-/// @param out        receives the text, cut behind maxchars characters, which the caller frees,
-/// also
-///                   when the result is 0; untouched at -1
+/// @param out        receives the text, cut behind maxchars characters or its first invalid
+///                   sequence, which the caller frees, also when the result is 0; untouched at -1
 /// @param maxchars   characters at most; 3 * maxchars bytes are read
 /// @return
 ///  - above 0: size of the text's memory, 3 * maxchars + 1
@@ -205,14 +211,15 @@ char *textarea_to_unix(char *dst, const char *src);
 int get_textarea_file(char **out, const char *dir, const char *name, unsigned maxchars);
 
 /// Writes a text to an existing file unless it is unchanged.
-/// @param text       cut behind maxchars characters when written. A text that was cut is written
-/// again
-///                   when it is posted again, since the whole of it is compared.
+/// @param text       cut behind maxchars characters, and behind its first invalid sequence (a
+///                   character above U+FFFF is one), when written
 /// @return
 ///  - 0: unchanged; nothing was written
 ///  - above 0: bytes written, plus 1
 ///  - -1: a null argument, or the file does not exist or cannot be opened or written
 ///  - -2: no memory (intended: the descriptor of the file stays open)
+/// Intended: a text that was cut is written again when it is posted again, since the whole of it is
+/// compared.
 int update_textarea_file(const char *dir, const char *name, const char *text, unsigned maxchars);
 
 /* ---- Select boxes ---- */
@@ -229,6 +236,8 @@ enum selectbox_op {
 /// @param context   the pointer that was handed to gen_selectbox_class()
 /// @param op        one of selectbox_op
 /// @param index     the option, from 0
+/// @param arg       what was handed to gen_selectbox_class()
+/// @return as selectbox_op says
 typedef int (*selectbox_class)(void *context, unsigned op, unsigned index, int arg);
 
 /// The options of a numbered select box, whose values are their indexes: answers SELECTBOX_EXISTS,
@@ -236,10 +245,10 @@ typedef int (*selectbox_class)(void *context, unsigned op, unsigned index, int a
 typedef int (*selectbox_num_fn)(unsigned op, unsigned index, int arg);
 
 /// One option of a text select box; both texts may stay null.
-struct selectbox_text {
+typedef struct selectbox_text {
     const char *value;
     const char *label;
-};
+} selectbox_text;
 
 /// The options of a text select box: fills the pair, which is cleared before each call.
 /// @return negative: no more options; 0: no option at this index; above 0: an option
@@ -287,7 +296,8 @@ int selectbox_num_show_value(unsigned index, unsigned current);
 
 /// Takes a posted number of an option.
 /// @param in         leading blanks are skipped; null: 0 is returned
-/// @param value      changed to the number, count - 1 at most; to 0 when count is 0
+/// @param value      changed to the number, count - 1 at most; to 0 when count is 0; null: 0 is
+///                   returned
 /// @param fallback   taken when no digit is posted
 /// @return 1 when the value changed, else 0
 int scan_select_num(const char *in, unsigned *value, unsigned count, unsigned fallback);
@@ -309,7 +319,9 @@ unsigned gen_selectbox_text(selectbox_state *state, const char *name, selectbox_
 int scan_select_text(const char *in, selectbox_state *state, selectbox_text_fn fn, int arg);
 
 /// Reads the item of a text select box into its state: the option that it names, or the fallback.
-/// The flags become PRINT_DISABLED when the item is missing or empty, else 0.
+/// The flags become PRINT_DISABLED when the item is missing or empty, else 0. Null state or fn:
+/// nothing happens.
+/// @param fallback   taken when the item names no option; borrowed; may be null
 /// Intended: an item longer than every option is cut to the longest before it is looked up.
 void rd_selectbox_text_item(const char *dir, const char *name, selectbox_state *state,
                             selectbox_text_fn fn, int arg, const char *fallback);
@@ -391,13 +403,14 @@ int gen_numberbox(const char *name, unsigned size, unsigned maxlength, unsigned 
                   unsigned flags);
 
 /// Reads the item of a number box.
-/// @param value   receives the number, the fallback for an item that is empty or cannot be read;
-/// may
-///                be null
+/// @param value   receives the number, the fallback for an item that is empty or cannot be
+///                read; may be null
 /// @return PRINT_DISABLED when the item cannot be read, else 0
 unsigned rd_numberbox_item(const char *dir, const char *name, unsigned *value, unsigned fallback);
 
 /// Reads an item and prints it with gen_numberbox() and a maximum length of 15.
+/// @param htmlname,size   name and size of the box
+/// @param fallback        shown when the item is empty or cannot be read
 /// @return the flags that were used, PRINT_DISABLED added when the item cannot be read
 unsigned gen_numberbox_item(const char *dir, const char *name, const char *htmlname, unsigned size,
                             unsigned fallback, unsigned flags);
@@ -422,8 +435,7 @@ int scan_range(const char *in, unsigned *low, unsigned *high, unsigned min, unsi
 /// Prints a range box: <input type="text" maxlength="N"[format][flags] value="5-10">
 /// PRINT_READONLY leaves out maxlength.
 /// @param low,high   may be null: "5-10" with both, "5" with low or equal ends, "-10" with high,
-/// "-"
-///                   with neither
+///                   "-" with neither
 /// @param text       escaped, shown in place of the numbers; may be null
 /// @return '>', or -1 after a write error
 /// Intended: the value comes behind the flags.
@@ -435,7 +447,8 @@ int gen_xrangebox(unsigned maxlength, const unsigned *low, const unsigned *high,
 int scan_string(const char *in, const char *word);
 
 /// Takes a posted time of day, "H:M" or "H". Minutes from 60 on are carried into hours, hours wrap
-/// at 24. A number that does not fit counts as 4294967295.
+/// at 24. White space and a sign may precede each number, as for the standard scanner; one that
+/// does not fit counts as 4294967295.
 /// @param hour,minute   1 and 0 when nothing was read (intended); untouched for a null argument
 /// @return
 ///  - 1 or 2: numbers read
@@ -464,7 +477,8 @@ void gen_dow_table(dow_entry *table, unsigned count, const char *list);
 
 /* ---- IPv4 addresses ---- */
 /*
- * An address is a 32-bit word in network byte order, as inet_addr() returns it. 0xFFFFFFFF stands
+ * An address is a 32-bit word in network byte order, as inet_addr() returns it; texts are read as
+ * inet_addr() reads them, "1.2" and octal numbers included. 0xFFFFFFFF stands
  * for no address (intended: the text 255.255.255.255 is therefore invalid everywhere).
  */
 
@@ -493,6 +507,7 @@ uint32_t gen_netmask(uint32_t prefix);
 int gen_prefix(uint32_t mask);
 
 /// Takes a posted address.
+/// @param text   null: 0 is returned
 /// @param addr   changed to the address, to dflt when the text is none; null: 0 is returned
 /// @return 1 when it changed, else 0
 int scan_ipv4(const char *text, uint32_t *addr, uint32_t dflt);
@@ -532,8 +547,7 @@ int rd_ipv4box_item(const char *dir, const char *name, uint32_t *addr, uint32_t 
 /// The prefix is what digits follow the last "/", 32 at most; 0 without digits.
 /// @param cidr             changed to the network
 /// @param dflt             address that is taken for a text that is none; an address of 0 forces
-/// the
-///                         prefix to 0
+///                         the prefix to 0
 /// @param mask_host_bits   nonzero: the bits behind the prefix are cleared
 /// @return 1 when it changed, 0 when it did not or an argument is null
 int scan_ipv4cidr(const char *text, ipv4_cidr *cidr, uint32_t dflt, int mask_host_bits);

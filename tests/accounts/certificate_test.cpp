@@ -912,13 +912,15 @@ TEST(AsprintTooltip, EscapesTheOutputAndDropsOneLineFeed) {
 }
 
 TEST(AsprintTooltip, FailsForNullArguments) {
-    char *text = nullptr;
-    EXPECT_EQ(asprint_tooltip(nullptr, "p", nullptr, kEcho, "o"), -1) << "out";
-    EXPECT_EQ(tooltip_of(nullptr, nullptr, kEcho, "o"), kNoTooltip) << "path";
+    // This command prints whatever stands behind it.
+    constexpr char kAlways[] = "echo x #";
+    ASSERT_EQ(tooltip_of("p", nullptr, kAlways, "o"), whole(" title=\"x\""));
+    EXPECT_EQ(asprint_tooltip(nullptr, "p", nullptr, kAlways, "o"), -1) << "out";
+    EXPECT_EQ(tooltip_of(nullptr, nullptr, kAlways, "o"), kNoTooltip) << "path";
     EXPECT_EQ(tooltip_of("p", nullptr, nullptr, "o"), kNoTooltip) << "command";
-    EXPECT_EQ(tooltip_of("p", nullptr, kEcho, nullptr), kNoTooltip) << "options";
-    EXPECT_EQ(tooltip_of("p", kEcho, nullptr, "o"), kNoTooltip) << "command of a wrapper";
-    EXPECT_EQ(text, nullptr);
+    EXPECT_EQ(tooltip_of("p", nullptr, kAlways, nullptr), kNoTooltip) << "options";
+    EXPECT_EQ(tooltip_of("p", kAlways, nullptr, "o"), kNoTooltip) << "command of a wrapper";
+    EXPECT_EQ(tooltip_of("p", kAlways, "c", nullptr), kNoTooltip) << "options of a wrapper";
 }
 
 TEST(AsprintTooltip, FailsWithoutOutput) {

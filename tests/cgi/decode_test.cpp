@@ -1,8 +1,8 @@
 // Variables of query strings and forms, and the requests that carry them. Multipart bodies have a
 // file of their own.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <random>

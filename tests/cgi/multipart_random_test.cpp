@@ -2,6 +2,7 @@
 // delimiters.
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <random>
 #include <string>
 #include <vector>

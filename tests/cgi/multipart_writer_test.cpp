@@ -1,4 +1,5 @@
 // The ready-made writers.
+#include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <stdio.h>

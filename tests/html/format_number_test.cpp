@@ -110,6 +110,8 @@ TEST(HtmlPrintfNumber, DropsWhatIsNoPartOfAConversion) {
         {"flag within the precision", "%.-3d|", 7, "007|"},
         {"argument number", "%1$d", 7, "7"},
         {"argument number of none", "%9$d|", 7, "        7|"},
+        {"dollar sign is no point", "[%$d]", 0, "[0]"},
+        {"digits behind a dollar sign are a width", "%$3d|", 7, "  7|"},
         {"letters of other conversions", "%aefgopnAEFGd", 7, "7"},
         {"bytes above 0x7F",
          "%\xC3\xA9\x80\xFF"

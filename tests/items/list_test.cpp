@@ -138,6 +138,7 @@ TEST(ScanListUint, ReturnsTheEndOfAGroupThatIsNotClosed) {
 }
 
 TEST(ScanListUint, ReturnsNullForMalformedText) {
+    // Where another group follows, it would be the result of a well-formed one.
     const struct {
         const char *label;
         const char *text;
@@ -146,17 +147,19 @@ TEST(ScanListUint, ReturnsNullForMalformedText) {
         {"empty", "", {}},
         {"blanks", "  ", {}},
         {"no group", "1,2", {}},
-        {"tab in front of the group", "\t(1)", {}},
-        {"blank in front of the closing parenthesis", "(1 )", {1}},
-        {"blank in an empty group", "( )", {}},
-        {"empty element", "(1,,2)", {1}},
-        {"comma first", "(,1)", {}},
-        {"letter", "(1,a)", {1}},
-        {"letter behind a number", "(1a)", {1}},
-        {"minus", "(-1)", {}},
-        {"nested", "((1))", {}},
-        {"tab in front of a number", "(1,\t2)", {1}},
-        {"byte above 0x7F", "(1,\xB2)", {1}},
+        {"tab in front of the group", "\t(1),(2)", {}},
+        {"blank in front of the closing parenthesis", "(1 ),(2)", {1}},
+        {"blank behind the last comma", "(1, ),(2)", {1}},
+        {"blank in an empty group", "( ),(2)", {}},
+        {"empty element", "(1,,2),(3)", {1}},
+        {"comma first", "(,1),(3)", {}},
+        {"comma alone", "(,),(3)", {}},
+        {"letter", "(1,a),(2)", {1}},
+        {"letter behind a number", "(1a),(2)", {1}},
+        {"minus", "(-1),(2)", {}},
+        {"nested", "((1)),(2)", {}},
+        {"tab in front of a number", "(1,\t2),(3)", {1}},
+        {"byte above 0x7F", "(1,\xB2),(3)", {1}},
     };
     for (const auto &row : rows) {
         const Group group = scan_group(row.text);

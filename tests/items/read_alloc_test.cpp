@@ -256,6 +256,14 @@ TEST(ReadItemsStr, CallsBackForEachElement) {
     EXPECT_EQ(element_ctx, 77);
 }
 
+TEST(ReadItemsStr, ReadsAListOfOneShortElement) {
+    const TempDir dir;
+    dir.write("x", "a\n");
+    elements.clear();
+    EXPECT_EQ(read_items_str(collect, 0, dir.path(), "x", ','), 1);
+    EXPECT_EQ(elements, std::vector<std::string>{"a"});
+}
+
 TEST(ReadItemsStr, ReadsListsOfAnyLength) {
     const TempDir dir;
     std::string list;

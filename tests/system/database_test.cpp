@@ -282,6 +282,18 @@ TEST(SearchDb, SkipsRecordsWithoutTheField) {
     EXPECT_EQ(search_db(list->next->next, 0, "a"), nullptr) << "a record without fields";
 }
 
+TEST(SearchDb, LooksAtNoFieldBeyondTheCount) {
+    const List list = read_list("a\nb\n");
+    list->count = 1;
+    const db_record *const found = search_db(list.get(), 1, "b");
+    const std::string box =
+        printed([&] { gen_selectbox_dbase(list.get(), 1, 0, nullptr, "b", 0); }) +
+        printed([&] { gen_selectbox_dbase(list.get(), 0, 1, nullptr, "a", 0); });
+    list->count = 2;
+    EXPECT_EQ(found, nullptr);
+    EXPECT_EQ(box, "<select>\r\n</select><select>\r\n</select>");
+}
+
 TEST(SearchDb, StartsAtTheRecordThatIsGiven) {
     const List list = read_list("a\n\na\n\nb\n");
     EXPECT_EQ(search_db(list->next, 0, "a"), list->next);

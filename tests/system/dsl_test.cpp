@@ -4,6 +4,7 @@
 #include <limits.h>
 #include <qmv/system.h>
 
+#include <cstdint>
 #include <iterator>
 #include <map>
 #include <string>
@@ -256,9 +257,8 @@ TEST(DslTrellis, ReturnsNullForEveryOtherValue) {
 }
 
 TEST(DslTrellis, NeverLooksIntoTheTwoValues) {
-    char *const nowhere = nullptr;
-    const char *const on = nowhere + 1;
-    const char *const off = nowhere + 2;
+    const auto *const on = reinterpret_cast<const char *>(uintptr_t{1});
+    const auto *const off = reinterpret_cast<const char *>(uintptr_t{2});
     EXPECT_EQ(trellis(1, on, off), on);
     EXPECT_EQ(trellis(0, on, off), off);
     EXPECT_EQ(trellis(1, nullptr, off), nullptr);

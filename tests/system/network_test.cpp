@@ -105,8 +105,10 @@ TEST(GetInterface, KeepsAllSixteenFlags) {
 }
 
 TEST(GetInterface, FailsForAnInterfaceThatDoesNotExist) {
-    for (const char *const name : {"qmv-none", "", "/", "lo\n", "qmv-none-qmv-none-qmv-none"})
-        EXPECT_EQ(interface_of(name, -1).flags, 0) << testing::PrintToString(name);
+    for (const char *const name : {"qmv-none", "", "/", "lo\n", "qmv-none-qmv-none-qmv-none"}) {
+        EXPECT_EQ(bytes_of(interface_of(name, -1)), BlockBytes(58, '\xA5').u16(56, 0).str())
+            << testing::PrintToString(name) << ": flags is 0, the rest is left alone";
+    }
 }
 
 TEST(GetInterface, CutsANameToFifteenCharacters) {

@@ -907,6 +907,10 @@ TEST(SignalProcess, ReturnsTheResultOfKill) {
     errno = 0;
     EXPECT_EQ(signal_process(dir.path(), "pid", 100000), -1) << "no such signal";
     EXPECT_EQ(errno, EINVAL) << "no such signal";
+    dir.write("pid", "1\n");
+    errno = 0;
+    EXPECT_TRUE(signal_process(dir.path(), "pid", 0) == 0 || errno == EPERM)
+        << "the lowest number must reach kill";
     dir.write("pid", "2147483647\n");
     errno = 0;
     EXPECT_EQ(signal_process(dir.path(), "pid", 0), -1) << "no such process";

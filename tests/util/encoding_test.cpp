@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
-#include <limits.h>
 
 #include <cstring>
+#include <ostream>
 #include <set>
 #include <string>
 #include <vector>

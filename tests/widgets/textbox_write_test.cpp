@@ -179,6 +179,34 @@ TEST(UpdateTextboxItem, DropsWhatDoesNotFitAndGoesOn) {
     }
 }
 
+TEST(UpdateTextboxItem, KeepsToItsMemoryWhereALongValueGrows) {
+    const struct {
+        const char *label;
+        const char *tail;
+        int grown;  ///< characters of three bytes that fit
+        const char *kept;
+    } rows[] = {
+        {"room for 6001", "", 2000, ""},
+        {"room for 6002", "z", 2000, "z"},
+        {"room for 6003, all of it used", "zz", 2001, ""},
+    };
+    for (const auto &row : rows) {
+        std::string value;
+        std::string content;
+        for (int i = 0; i < 3000; ++i)
+            value += "\xDF\xFF";
+        for (int i = 0; i < row.grown; ++i)
+            content += "\xE0\xA0\xBF";
+        value += row.tail;
+        content += std::string(row.kept) + "\n";
+        const ItemFile item("old\n");
+        EXPECT_EQ(update_textbox_item(item.dir(), item.name(), value.c_str(), 9000, nullptr),
+                  static_cast<int>(content.size()))
+            << row.label;
+        EXPECT_EQ(item.content(), content) << row.label;
+    }
+}
+
 TEST(UpdateTextboxItem, TakesValuesOfAnyLength) {
     for (const std::size_t length : {4093u, 4094u, 4095u, 4096u, 100000u}) {
         const ItemFile item("old\n");

@@ -24,7 +24,9 @@ const ipv4 = (value, more) => text(value, {maxLength: 15, size: 15, ...more});
 const cidr = (value, more) => text(value, {maxLength: 18, size: 18, ...more});
 const mac = (value, more) => text(value, {maxLength: 18, size: 18, ...more});
 
-function without(name, {[name]: _, ...rest}) {
+function without(name, field) {
+    const rest = {...field};
+    delete rest[name];
     return rest;
 }
 
@@ -40,8 +42,8 @@ const numberedModes =
 const records = [['r1', 'First & last'], ['r2', '<Second>'], ['"3" & <4>', 'Größe 名前']];
 const certificates = [
     ['PGI+Ym9sZC5wZW0=', '<b>bold.pem'], ['YSZiICJjIi5wZW0=', 'a&b "c".pem'],
-    ['Z3LDtsOfZS5wZW0=', 'größe.pem'], ['aXQncy5wZW0=', "it's.pem"], ['cGxhaW4ucGVt', 'plain.pem'],
-    ['5ZCN5YmNLnBlbQ==', '名前.pem']
+    ['Z3LDtsOfZS5wZW0=', 'größe.pem'], ['aXQncy5wZW0=', "it's.pem"],
+    ['cGxhaW4ucGVt', 'plain.pem'], ['5ZCN5YmNLnBlbQ==', '名前.pem']
 ];
 const certificatesOrNone = [...certificates, ['', '(none)']];
 

@@ -41,7 +41,7 @@ export const load = () => tab.goto(page);
 export async function submit() {
     const [request] = await Promise.all([
         tab.waitForRequest((sent) => sent.method() === 'POST'), tab.waitForEvent('load'),
-        tab.locator('#submit').click()
+        tab.evaluate(() => document.getElementById('submit').click())
     ]);
     return new Map(new URLSearchParams(request.postData()));
 }
