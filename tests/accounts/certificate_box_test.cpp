@@ -386,7 +386,6 @@ TEST(UpdateCertItem, WritesAnEmptyNameForAValueThatDoesNotDecode) {
         {"text behind padding", "YQ==YQ==", 63},
         {"longer than allowed", "Yi5wZW0=", 4},
         {"longer than allowed behind a whole group", "YWJjZGVm", 5},
-        {"null", nullptr, 63},
     };
     for (const auto &row : rows) {
         const ItemFile item("a.pem\n");
@@ -404,6 +403,12 @@ TEST(UpdateCertItem, CreatesNoItem) {
     EXPECT_LT(update_cert_item(nullptr, "missing", "Yi5wZW0=", 63), 0) << "null directory";
     EXPECT_LT(update_cert_item(dir.path(), nullptr, "Yi5wZW0=", 63), 0) << "null name";
     EXPECT_EQ(open_descriptors(), before);
+}
+
+TEST(UpdateCertItem, WritesNothingForANullValue) {
+    const ItemFile item("a.pem\n");
+    EXPECT_EQ(update_cert_item(item.dir(), item.name(), nullptr, 63), -1);
+    EXPECT_FALSE(item.touched());
 }
 
 #if QMV_FAKE_ALLOCATION

@@ -358,10 +358,11 @@ TEST(AsprintShell, LeavesStandardErrorAlone) {
 }
 
 TEST(AsprintShell, FailsForNullArguments) {
-    char *result = nullptr;
+    char untouched[] = "untouched";
+    char *result = untouched;
     EXPECT_EQ(asprint_shell(nullptr, "echo a"), -1);
     EXPECT_EQ(asprint_shell(&result, nullptr), -1);
-    EXPECT_EQ(result, nullptr);
+    EXPECT_EQ(result, nullptr) << "null on failure";
 }
 
 TEST(AsprintShell, FailsWhenTheCommandCannotBeStarted) {

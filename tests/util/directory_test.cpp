@@ -453,8 +453,10 @@ TEST(MakeDirectory, AcceptsLinksToDirectories) {
 
 TEST(MakeDirectory, AcceptsDotsAndSlashes) {
     const Place place;
-    for (const char *path :
-         {"..", "./", "/", "//", "../.", "./././", "a/../b", "./c/.", "d/./e/.."})
+    // Without a mode: whatever goes wrong, directories outside this one keep their permissions.
+    for (const char *path : {"..", "/", "//", "../."})
+        EXPECT_EQ(make(path, -1, kRecursive), kMade) << path;
+    for (const char *path : {"./", "./././", "a/../b", "./c/.", "d/./e/.."})
         EXPECT_EQ(make(path, 0700, kRecursive), kMade) << path;
     EXPECT_EQ(mode_of("a"), 0755u);
     EXPECT_EQ(mode_of("b"), 0700u);
@@ -591,11 +593,15 @@ TEST(MakeDirectory, SetsEveryModeButMinusOne) {
     }
 }
 
-/// Calls make_directory() with the recursive flag as a user who is not root. Returns its exit
-/// status, which is 0 for the expected result, and what it wrote to stderr.
-qmv_test::ChildResult make_as_user(std::string path, mode_t mask, int expected) {
+/// Calls make_directory() with the recursive flag in a directory, as a user who is not root.
+/// Returns its exit status, which is 0 for the expected result, and what it wrote to stderr.
+qmv_test::ChildResult make_as_user(const TempDir &dir, std::string path, mode_t mask,
+                                   int expected) {
     return run_child("", [&] {
         ::dup2(STDOUT_FILENO, STDERR_FILENO);
+        // The directories above may be closed to the user.
+        if (::chdir(dir.path()) != 0)
+            ::_exit(76);
         if (::getuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0))
             ::_exit(77);
         ::umask(mask);
@@ -609,26 +615,37 @@ TEST(MakeDirectory, LetsAnOrdinaryUserIntoTheParents) {
     const TempDir dir;
     ASSERT_EQ(::chmod(dir.path(), 0777), 0);
     for (const mode_t mask : {0u, 0300u, 0777u}) {
-        const std::string first = dir.file(std::to_string(mask));
-        const auto child = make_as_user(first + "/b/c", mask, 0);
+        const std::string first = std::to_string(mask);
+        const auto child = make_as_user(dir, first + "/b/c", mask, 0);
         EXPECT_EQ(child.status, 0) << "umask " << std::oct << mask;
         EXPECT_EQ(child.output, "") << "umask " << std::oct << mask;
         // Lets the directory be removed by whoever runs the test.
-        ::chmod(first.c_str(), 0777);
-        ::chmod((first + "/b").c_str(), 0777);
-        EXPECT_EQ(mode_of(first + "/b/c"), 0700u) << "umask " << std::oct << mask;
+        ::chmod(dir.file(first).c_str(), 0777);
+        ::chmod(dir.file(first + "/b").c_str(), 0777);
+        EXPECT_EQ(mode_of(dir.file(first + "/b/c")), 0700u) << "umask " << std::oct << mask;
     }
 }
 
 TEST(MakeDirectory, ReportsWhatAnOrdinaryUserMayNotDo) {
     const TempDir dir;
     ASSERT_EQ(::chmod(dir.path(), 0555), 0);
-    const std::string path = dir.file("a/b");
-    const auto child = make_as_user(path, 022, -1);
+    const auto child = make_as_user(dir, "a/b", 022, -1);
     ASSERT_EQ(::chmod(dir.path(), 0755), 0);
     EXPECT_EQ(child.status, 0);
-    EXPECT_EQ(child.output, "can't create directory '" + path + "'");
+    EXPECT_EQ(child.output, "can't create directory 'a/b'");
     EXPECT_FALSE(dir.exists("a"));
+}
+
+TEST(MakeDirectory, KeepsErrnoOfTheFailure) {
+    const Place place;
+    char path[] = "a/b";
+    int error = 0;
+    printed_error([&] {
+        errno = 0;
+        make_directory(path, 0700, 0);
+        error = errno;
+    });
+    EXPECT_EQ(error, ENOENT);
 }
 
 TEST(MakeDirectory, FailsForNull) {
