@@ -55,8 +55,9 @@ function(qmv_shared_link_options target)
         -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/cmake/libqmv.map
         # A program or another library that defines, say, crc32 does not take over this one's calls.
         -Wl,-Bsymbolic-functions
-        -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--gc-sections -Wl,--as-needed)
+        -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--gc-sections)
+    # A sanitizer brings functions of its own that stand in for those of libcrypt: it has to stay.
     if(NOT QMV_SANITIZE)
-        target_link_options(${target} PRIVATE -Wl,-z,defs)
+        target_link_options(${target} PRIVATE -Wl,--as-needed -Wl,-z,defs)
     endif()
 endfunction()

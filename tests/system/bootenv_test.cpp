@@ -5,6 +5,7 @@
 #include <mtd/mtd-user.h>
 #include <qmv/system.h>
 #include <sys/ioctl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -231,6 +232,20 @@ TEST(ReadUbootEnv, JoinsWhatIsReadInPieces) {
     EXPECT_EQ(environment.read_path(pieces.path(), {.size = static_cast<uint32_t>(image.size())}),
               0);
     expect_loaded();
+}
+
+TEST(ReadUbootEnv, ReadsThroughDescriptorZeroAsWell) {
+    const auto child = qmv_test::run_child("", [] {
+        const TempDir dir;
+        const std::string image = qmv_test::image(kArea);
+        const std::string path = dir.write("mtd", image);
+        ::close(STDIN_FILENO);
+        BootEnvironment environment;
+        EXPECT_EQ(environment.read_path(path, {.size = static_cast<uint32_t>(image.size())}), 0);
+        expect_loaded();
+        return testing::Test::HasFailure() ? 1 : 0;
+    });
+    EXPECT_EQ(child.status, 0) << child.output;
 }
 
 TEST(ReadUbootEnv, RefusesADeviceThatCannotBeRead) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <net/if.h>
 #include <qmv/system.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -25,6 +26,7 @@ using qmv_test::InputFile;
 using qmv_test::open_descriptors;
 using qmv_test::OpenInstead;
 using qmv_test::Packets;
+using qmv_test::run_child;
 using qmv_test::TempDir;
 using qmv_test::text;
 
@@ -297,4 +299,32 @@ TEST(ReadInterface6Conf, FailsWhenTheFileCannotBeOpened) {
     const DescriptorLimit none;
     EXPECT_EQ(read_interface6_conf("eth0", note), -1);
     EXPECT_EQ(noted, Records{});
+}
+
+TEST(ReadInterface6Conf, ForgetsWhatItReadBefore) {
+    // The lines behind the NUL are not looked at, and not changed in memory.
+    const InputFile longer('\0' + std::string(line("lo").size() - 1, ' ') + line("eth0") +
+                           line("eth0"));
+    const InputFile shorter(line("eth0"));
+    int results[2] = {};
+    for (int i = 0; i < 2; ++i) {
+        const int fd = i == 0 ? longer.fd() : shorter.fd();
+        const OpenInstead table(kTable, "/proc/self/fd/" + std::to_string(fd));
+        results[i] = read_interface6_conf("eth0", nullptr);
+    }
+    EXPECT_EQ(results[0], 0);
+    EXPECT_EQ(results[1], 1);
+}
+
+TEST(ReadInterface6Conf, ReadsThroughDescriptorZeroAsWell) {
+    const auto child = run_child("", [] {
+        ::close(STDIN_FILENO);
+        // The first free descriptor is 0 again once the file has another one.
+        const int zero = ::dup(STDOUT_FILENO);
+        const InputFile file(line("eth0"));
+        ::close(zero);
+        EXPECT_EQ(list_file("/proc/self/fd/" + std::to_string(file.fd()), "eth0").result, 1);
+        return testing::Test::HasFailure() ? 1 : 0;
+    });
+    EXPECT_EQ(child.status, 0) << child.output;
 }

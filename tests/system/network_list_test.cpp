@@ -28,6 +28,7 @@ using qmv_test::DescriptorLimit;
 using qmv_test::Device;
 using qmv_test::in_own_network;
 using qmv_test::open_descriptors;
+using qmv_test::run_child;
 using qmv_test::text;
 
 /// Bytes of one record of the kernel's list.
@@ -338,6 +339,20 @@ TEST(ReadInterfaceConf, FailsWhenARequestFails) {
     EXPECT_EQ(all.result, -1);
     EXPECT_EQ(all.records, kNone) << "what the first request gave may have been cut";
     EXPECT_EQ(device.unused(), 0u);
+}
+
+TEST(ReadInterfaceConf, AsksThroughDescriptorZeroAsWell) {
+    const auto child = run_child("", [] {
+        ::close(STDIN_FILENO);
+        {
+            Device device;
+            device.expects(SIOCGIFCONF, gives_list(30 * kRecord, kernel_list({"lo"}), kRecord));
+            EXPECT_EQ(list(nullptr).records, std::vector<std::string>{"0 lo 192.0.2.1"});
+            EXPECT_EQ(device.calls().at(0).fd, STDIN_FILENO);
+        }
+        return testing::Test::HasFailure() ? 1 : 0;
+    });
+    EXPECT_EQ(child.status, 0) << child.output;
 }
 
 TEST(ReadInterfaceConf, FailsWithoutSocket) {

@@ -5,6 +5,7 @@
 #include <linux/sockios.h>
 #include <qmv/system.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <string>
@@ -21,6 +22,7 @@ using qmv_test::BlockBytes;
 using qmv_test::DescriptorLimit;
 using qmv_test::Device;
 using qmv_test::open_descriptors;
+using qmv_test::run_child;
 
 constexpr uint16_t kControl = 0;
 constexpr uint16_t kStatus = 1;
@@ -232,6 +234,11 @@ TEST(SetLinkPwrdown, ReturnsWhatThePhyHoldsAfterwards) {
         phy.read(kControl, 0x1000).write(0x1800).read(kControl, 0x1000);
         EXPECT_EQ(set_link_pwrdown("eth0", 3, 1), 0) << "it stayed up";
     }
+    {
+        Phy phy;
+        phy.read(kControl, 0x1800).write(0x1200).read(kControl, 0x0000);
+        EXPECT_EQ(set_link_pwrdown("eth0", 3, 0), 0) << "no bit is left";
+    }
     Phy phy;
     phy.read(kControl, 0x1800).write(0x1200).read(kControl, 0xFFFF);
     EXPECT_EQ(set_link_pwrdown("eth0", 3, 0), 1) << "it stayed down";
@@ -279,4 +286,18 @@ TEST(SetLinkPwrdown, PassesThePhyAndFifteenCharactersOfTheNameOn) {
         phy.read(kControl, 0x1000).write(0x1800).read(kControl, 0x1800);
         EXPECT_EQ(set_link_pwrdown("abcdefghijklmnopq", id, 1), 1) << "PHY " << id;
     }
+}
+
+TEST(LinkOfAPhy, IsAskedThroughDescriptorZeroAsWell) {
+    const auto child = run_child("", [] {
+        ::close(STDIN_FILENO);
+        {
+            Phy phy;
+            phy.read(kStatus, 0x4).read(kControl, 0x0800);
+            EXPECT_EQ(get_link_status("eth0", 3), 1);
+            EXPECT_EQ(set_link_pwrdown("eth0", 3, 1), 1);
+        }
+        return testing::Test::HasFailure() ? 1 : 0;
+    });
+    EXPECT_EQ(child.status, 0) << child.output;
 }
