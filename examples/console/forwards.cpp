@@ -1,0 +1,238 @@
+// Port forwards: a table of rows that are added, edited, moved, sorted and deleted.
+#include <cstring>
+
+#include "forwards.h"
+#include "frame/check.h"
+#include "pages.h"
+
+namespace {
+
+constexpr Field kName = {"name", "Name", "Letters, digits, blanks and hyphens."};
+constexpr Field kProtocol = {"protocol", "Protocol"};
+constexpr Field kPorts = {"ports", "Ports outside", "One, or a range: 8000-8010."};
+constexpr Field kAddress = {"address", "To address"};
+constexpr Field kTarget = {"target", "Port there"};
+constexpr Field kOn = {"on", "Switched on"};
+
+constexpr unsigned kNameChars = 32;
+constexpr unsigned kMaxRows = 32;
+constexpr unsigned kMaxPort = 65535;
+
+int protocols(unsigned index, int /*arg*/, selectbox_text *pair) {
+    static constexpr selectbox_text kProtocols[] = {
+        {"tcp", "TCP"}, {"udp", "UDP"}, {"both", "TCP and UDP"}};
+    if (index >= std::size(kProtocols))
+        return -1;
+    *pair = kProtocols[index];
+    return 1;
+}
+
+int is_name_char(unsigned pos, unsigned ch) {
+    return textbox_filter_alnum(pos, ch) != 0 || (pos > 0 && (ch == ' ' || ch == '-')) ? 1 : 0;
+}
+
+// ---- Changing rows ----
+
+// A row is addressed by its number: that of another state of the table would be another row.
+bool is_current(Console &console, const Forwards &table) {
+    if (console.has("version") && table.version() == console.value("version"))
+        return true;
+    console.say("bad", "The list was changed meanwhile, and nothing was done. Look at it again.");
+    return false;
+}
+
+void store(Console &console, Forwards &table, const std::string &what) {
+    if (!table.write())
+        return console.say("bad", "The list could not be written.");
+    console.say("good", what);
+    console.log(what);
+}
+
+// The name and the number of the button that was pressed: "up-3".
+struct Action {
+    std::string name;
+    unsigned row = 0;
+};
+
+Action posted_action(const Console &console) {
+    const std::string text = console.has("action") ? console.value("action") : "";
+    const size_t dash = text.find('-');
+    if (dash == std::string::npos)
+        return {text, 0};
+    return {text.substr(0, dash), str_to_uint(text.c_str() + dash + 1)};
+}
+
+void change_list(Console &console, Forwards &table) {
+    const Action action = posted_action(console);
+    if (!is_current(console, table))
+        return;
+    const Forward *row = table.find(action.row);
+    const std::string name = row != nullptr ? row->name : "";
+    if (action.name == "sort" && table.sort())
+        store(console, table, "Sorted by name.");
+    else if (action.name == "up" && table.move_up(action.row))
+        store(console, table, "Moved up: " + name + ".");
+    else if (action.name == "down" && table.move_down(action.row))
+        store(console, table, "Moved down: " + name + ".");
+    else if (action.name == "delete" && table.remove(action.row))
+        store(console, table, "Deleted: " + name + ".");
+    else
+        console.say("bad", "That cannot be done with this row.");
+}
+
+// ---- Adding and editing ----
+
+Forward check_row(Console &console) {
+    Forward row{};
+    unsigned low = 0;
+    unsigned high = 0;
+    const std::string name = check_text(console, kName, 1, kNameChars, is_name_char,
+                                        "letters, digits and, not in front, blanks and hyphens");
+    strsncpy(row.name, sizeof row.name, name.c_str());
+    if (const char *protocol = check_option(console, kProtocol, protocols))
+        strsncpy(row.protocol, sizeof row.protocol, protocol);
+    const std::string ports = check_text(console, kPorts, 1, 11, nullptr, "numbers");
+    scan_range(ports.c_str(), &low, &high, 0, kMaxPort + 1, 0);
+    const std::string one = std::to_string(low);
+    const bool is_range = ports == one || ports == one + "-" + std::to_string(high);
+    if (console.has(kPorts.name) && (!is_range || low < 1 || high > kMaxPort))
+        console.refuse(kPorts, "Enter one port from 1 to 65535, or two: 8000-8010.");
+    row.low = low;
+    row.high = high;
+    row.address = check_ipv4(console, kAddress, false);
+    row.target = check_number(console, kTarget, 1, kMaxPort);
+    row.on = console.has(kOn.name);
+    return row;
+}
+
+void check_overlap(Console &console, const Forwards &table, const Forward &row, unsigned edited) {
+    const Forward *other = table.overlapping(row, edited);
+    if (console.accepted() && other != nullptr)
+        console.refuse(kPorts, std::string("These ports are taken by ") + other->name + ".");
+}
+
+void save_row(Console &console, Forwards &table) {
+    const unsigned edited = str_to_uint(console.value("row"));
+    if (!is_current(console, table))
+        return;
+    const Forward row = check_row(console);
+    check_overlap(console, table, row, edited);
+    if (edited == 0 && table.count() >= kMaxRows)
+        console.refuse(kName, "The list is full.");
+    if (!console.accepted())
+        return console.report();
+    Forward *place = edited != 0 ? table.find(edited) : table.add();
+    if (place == nullptr)
+        return console.say("bad", "This row is not there any more.");
+    place->assign(row);
+    store(console, table, std::string(edited != 0 ? "Changed: " : "Added: ") + row.name + ".");
+}
+
+// ---- Printing ----
+
+void print_button(const char *label, const std::string &what, const char *action, unsigned row,
+                  bool possible) {
+    gen_xbutton(label, nullptr, possible ? PRINT_SUBMIT : PRINT_SUBMIT | PRINT_DISABLED,
+                " name=\"action\" value=\"%s-%u\" aria-label=\"%s\"", action, row, what.c_str());
+    print_str("\n");
+}
+
+void print_buttons(const Forward &row) {
+    const unsigned number = row.links.number;
+    // Names hold nothing that an attribute could not: is_name_char() sees to it.
+    const std::string name = row.name;
+    print_str("<td class=\"actions\">\n");
+    print_button("\u2191", "Move up " + name, "up", number, row.links.prev != nullptr);
+    print_button("\u2193", "Move down " + name, "down", number, row.links.next != nullptr);
+    print_button("Delete", "Delete " + name, "delete", number, true);
+    html_printf(1, "<a href=\"forwards.cgi?edit=%u#row\" aria-label=\"Edit %s\">Edit</a>\n</td>\n",
+                number, row.name);
+}
+
+void print_row(const Console &console, const Forward &row) {
+    html_printf(1, "<tr%s><th scope=\"row\">%s</th><td>%s</td><td>%s</td><td>%s</td>\n",
+                row.on ? "" : " class=\"off\"", row.name, row.protocol, row.ports().c_str(),
+                row.destination().c_str());
+    if (console.may_post())
+        print_buttons(row);
+    print_str("</tr>\n");
+}
+
+void print_list(Console &console, const Forwards &table) {
+    console.open_form("list", "Forwarded ports");
+    html_printf(1, "<input type=\"hidden\" name=\"version\" value=\"%s\">\n",
+                table.version().c_str());
+    if (table.count() == 0)
+        print_str("<p>None yet.</p>\n");
+    else
+        print_str("<div class=\"scroll\" role=\"region\" tabindex=\"0\" aria-label=\"Forwarded ports\">"
+                  "<table>\n<thead><tr><th scope=\"col\">Name</th><th scope=\"col\">Protocol</th>"
+                  "<th scope=\"col\">Ports</th><th scope=\"col\">To</th>");
+    if (table.count() != 0 && console.may_post())
+        print_str("<th scope=\"col\">Change</th>");
+    if (table.count() != 0)
+        print_str("</tr></thead>\n<tbody>\n");
+    for (const Forward *row = table.first(); row != nullptr; row = row->next())
+        print_row(console, *row);
+    if (table.count() != 0)
+        print_str("</tbody>\n</table></div>\n");
+    if (table.count() > 1 && console.may_post())
+        gen_xbutton("Sort by name", nullptr, PRINT_SUBMIT, " name=\"action\" value=\"sort\"");
+    print_str("</fieldset>\n</form>\n");
+}
+
+void print_protocol(const Console &console, const Forward &row) {
+    console.field(kProtocol, [&](const char *attributes) {
+        selectbox_state state{};
+        scan_select_text("tcp", &state, protocols, 0);
+        scan_select_text(row.protocol, &state, protocols, 0);
+        scan_select_text(console.typed_text(kProtocol.name), &state, protocols, 0);
+        gen_selectbox_text(&state, nullptr, protocols, nullptr, 0, attributes);
+    });
+}
+
+// The form of one row: a new one, or the one that is edited.
+void print_row_form(Console &console, const Forwards &table) {
+    const char *asked = console.is_post() ? console.typed_text("row") : console.value("edit");
+    const Forward *edited = table.find(str_to_uint(asked));
+    const Forward row = edited != nullptr ? *edited : Forward{};
+    console.open_form("row", edited != nullptr ? "Edit a port forward" : "Add a port forward");
+    html_printf(1, "<input type=\"hidden\" name=\"version\" value=\"%s\">\n",
+                table.version().c_str());
+    std::printf("<input type=\"hidden\" name=\"row\" value=\"%u\">\n", row.links.number);
+    console.text_field(kName, kNameChars, [&](const char *attributes) {
+        gen_xtextbox(kNameChars, row.name, 0, "%s", attributes);
+    });
+    print_protocol(console, row);
+    console.text_field(kPorts, 11, [&](const char *attributes) {
+        gen_xtextbox(11, row.low != 0 ? row.ports().c_str() : "", 0, "%s", attributes);
+    });
+    print_str("<div class=\"pair\">\n");
+    console.text_field(kAddress, 15, [&](const char *attributes) {
+        gen_xipv4box(-1, row.address != 0 ? &row.address : nullptr, 0, "%s", attributes);
+    });
+    console.text_field(kTarget, 5, [&](const char *attributes) {
+        gen_xtextbox(5, row.target != 0 ? std::to_string(row.target).c_str() : "", 0,
+                     " inputmode=\"numeric\"%s", attributes);
+    });
+    print_str("</div>\n");
+    console.check_field(kOn, edited == nullptr || row.on);
+    console.close_form(edited != nullptr ? "Save" : "Add");
+}
+
+}  // namespace
+
+int main() {
+    Console console(kForwards);
+    Forwards table(console.path("forwards.db"));
+    if (console.is_form("list"))
+        change_list(console, table);
+    if (console.is_form("row"))
+        save_row(console, table);
+    console.open_page();
+    print_list(console, table);
+    if (console.may_post())
+        print_row_form(console, table);
+    console.close_page();
+    return 0;
+}

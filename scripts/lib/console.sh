@@ -1,0 +1,34 @@
+# shellcheck shell=bash
+# The state directory of the console. To be sourced by bash.
+
+# make_console_state DIR ROOT BUILD: makes a state directory: default items, a secret, a certificate,
+# the web server's password file. What is there stays as it is.
+make_console_state() {
+    local state=$1 root=$2 build=$3
+    mkdir -p "$state"/{certificates,firmware,keys,run,uploads}
+    cp -rn "$root/examples/console/default/." "$state"
+    touch "$state/log"
+    if [ ! -s "$state/secret" ]; then
+        head -c 48 /dev/urandom | base64 -w 0 > "$state/secret"
+    fi
+    if [ ! -e "$state/certificates/router.pem" ]; then
+        openssl req -x509 -newkey rsa:2048 -nodes -days 3650 -subj "/CN=router.home.example" \
+            -keyout "$state/keys/router.key" -out "$state/certificates/router.pem" 2> /dev/null
+    fi
+    "$build/examples/console/console-htpasswd" "$state"
+}
+
+# start_name_service STATE: runs a process that stands for a service of the device: it writes a line
+# into the log when it is told to restart. Its number goes into service_pid and an item.
+start_name_service() {
+    bash -c 'trap "echo \"$(date "+%F %T") Name service: restarted\" >> \"\$1/log\"" HUP
+             trap "kill \$!; exit" TERM
+             while :; do sleep 3600 & wait; kill $!; done' names "$1" &
+    service_pid=$!
+    echo "$service_pid" > "$1/run/names.pid"
+}
+
+stop_name_service() {
+    kill "$service_pid" 2>/dev/null || true
+    wait "$service_pid" 2>/dev/null || true
+}
