@@ -139,8 +139,7 @@ void print_button(const char *label, const std::string &what, const char *action
 
 void print_buttons(const Forward &row) {
     const unsigned number = row.links.number;
-    // Names hold nothing that an attribute could not: is_name_char() sees to it.
-    const std::string name = row.name;
+    const std::string name = html_text(row.name);
     print_str("<td class=\"actions\">\n");
     print_button("\u2191", "Move up " + name, "up", number, row.links.prev != nullptr);
     print_button("\u2193", "Move down " + name, "down", number, row.links.next != nullptr);
@@ -149,33 +148,48 @@ void print_buttons(const Forward &row) {
                 number, row.name);
 }
 
+const char *protocol_label(const char *value) {
+    selectbox_text option{};
+    for (unsigned i = 0; protocols(i, 0, &option) > 0; ++i) {
+        if (std::strcmp(option.value, value) == 0)
+            return option.label;
+    }
+    return value;
+}
+
 void print_row(const Console &console, const Forward &row) {
-    html_printf(1, "<tr%s><th scope=\"row\">%s</th><td>%s</td><td>%s</td><td>%s</td>\n",
-                row.on ? "" : " class=\"off\"", row.name, row.protocol, row.ports().c_str(),
-                row.destination().c_str());
+    print_str(row.on ? "<tr>" : "<tr class=\"off\">");
+    html_printf(1, "<th scope=\"row\">%s</th><td>%s</td><td>%s</td><td>%s</td>\n", row.name,
+                protocol_label(row.protocol), row.ports().c_str(), row.destination().c_str());
     if (console.may_post())
         print_buttons(row);
     print_str("</tr>\n");
 }
 
-void print_list(Console &console, const Forwards &table) {
-    console.open_form("list", "Forwarded ports");
+void print_table(const Console &console, const Forwards &table) {
+    print_str(
+        "<div class=\"scroll\" role=\"region\" tabindex=\"0\" aria-label=\"Forwarded ports\">\n"
+        "<table>\n<thead><tr><th scope=\"col\">Name</th><th scope=\"col\">Protocol</th>"
+        "<th scope=\"col\">Ports</th><th scope=\"col\">To</th>");
+    print_str(console.may_post() ? "<th scope=\"col\">Change</th>" : "");
+    print_str("</tr></thead>\n<tbody>\n");
+    for (const Forward *row = table.first(); row != nullptr; row = row->next())
+        print_row(console, *row);
+    print_str("</tbody>\n</table>\n</div>\n");
+}
+
+void print_version(const Forwards &table) {
     html_printf(1, "<input type=\"hidden\" name=\"version\" value=\"%s\">\n",
                 table.version().c_str());
+}
+
+void print_list(Console &console, const Forwards &table) {
+    console.open_form("list", "Forwarded ports");
+    print_version(table);
     if (table.count() == 0)
         print_str("<p>None yet.</p>\n");
     else
-        print_str("<div class=\"scroll\" role=\"region\" tabindex=\"0\" aria-label=\"Forwarded ports\">"
-                  "<table>\n<thead><tr><th scope=\"col\">Name</th><th scope=\"col\">Protocol</th>"
-                  "<th scope=\"col\">Ports</th><th scope=\"col\">To</th>");
-    if (table.count() != 0 && console.may_post())
-        print_str("<th scope=\"col\">Change</th>");
-    if (table.count() != 0)
-        print_str("</tr></thead>\n<tbody>\n");
-    for (const Forward *row = table.first(); row != nullptr; row = row->next())
-        print_row(console, *row);
-    if (table.count() != 0)
-        print_str("</tbody>\n</table></div>\n");
+        print_table(console, table);
     if (table.count() > 1 && console.may_post())
         gen_xbutton("Sort by name", nullptr, PRINT_SUBMIT, " name=\"action\" value=\"sort\"");
     print_str("</fieldset>\n</form>\n");
@@ -193,12 +207,13 @@ void print_protocol(const Console &console, const Forward &row) {
 
 // The form of one row: a new one, or the one that is edited.
 void print_row_form(Console &console, const Forwards &table) {
-    const char *asked = console.is_post() ? console.typed_text("row") : console.value("edit");
+    // After a refusal the same row stays open; after a save a new one can be added.
+    const bool refused = console.is_form("row") && !console.accepted();
+    const char *asked = console.value(refused ? "row" : "edit");
     const Forward *edited = table.find(str_to_uint(asked));
     const Forward row = edited != nullptr ? *edited : Forward{};
     console.open_form("row", edited != nullptr ? "Edit a port forward" : "Add a port forward");
-    html_printf(1, "<input type=\"hidden\" name=\"version\" value=\"%s\">\n",
-                table.version().c_str());
+    print_version(table);
     std::printf("<input type=\"hidden\" name=\"row\" value=\"%u\">\n", row.links.number);
     console.text_field(kName, kNameChars, [&](const char *attributes) {
         gen_xtextbox(kNameChars, row.name, 0, "%s", attributes);

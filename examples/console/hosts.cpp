@@ -52,9 +52,9 @@ void check(Console &console, const std::string &text) {
 }
 
 void save(Console &console) {
+    std::string text = console.has(kText.name) ? console.value(kText.name) : "";
     if (!console.has(kText.name))
-        return console.refuse(kText, "The text did not arrive. Open the page again."), console.report();
-    std::string text = console.value(kText.name);
+        console.refuse(kText, "The text did not arrive. Open the page again.");
     textarea_to_unix(text.data(), text.c_str());
     text.resize(std::strlen(text.c_str()));
     check(console, text);

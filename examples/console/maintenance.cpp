@@ -86,16 +86,14 @@ void print_export() {
 // The shell takes the path from the environment, so that any path will do.
 void print_log() {
     print_str(
-        "<section class=\"card\">\n<h2>Log</h2>\n"
-        "<div class=\"log\" role=\"region\" tabindex=\"0\" aria-label=\"The last lines of the log\">\n");
+        "<section class=\"card\" id=\"log\">\n<h2>Log</h2>\n"
+        "<div class=\"log\" role=\"region\" tabindex=\"0\" aria-label=\"The last lines\">\n<pre>");
     shell_lines lines{};
-    if (shell_run(&lines, "tail -n 40 \"$QMV_STATE/log\" 2>/dev/null") < 0 || lines.count == 0)
-        print_str("<p>Nothing happened yet.</p>\n");
-    else
-        print_str("<pre>");
-    const bool any = lines.count > 0;
+    shell_run(&lines, "tail -n 40 \"$QMV_STATE/log\" 2>/dev/null");
+    if (lines.count == 0)
+        print_str("Nothing happened yet.\n");
     shell_print(&lines, 0);
-    print_str(any ? "</pre>\n</div>\n</section>\n" : "</div>\n</section>\n");
+    print_str("</pre>\n</div>\n</section>\n");
 }
 
 }  // namespace

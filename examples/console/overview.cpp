@@ -148,10 +148,20 @@ void print_interfaces(const Figures &figures) {
     print_str("</dl>\n</section>\n");
 }
 
+// The passwords that a device comes with are known to everybody.
+void warn_of_default_password(Console &console) {
+    passwd_rec record{};
+    const std::string items = console.items("accounts");
+    if (console.is_administrator() && rd_passwd(items.c_str(), "admin", &record, 0) == CRYPT_PLAIN)
+        console.say("bad", "The administrator still has the password that the device came with. "
+                           "Change it on the Account page.");
+}
+
 }  // namespace
 
 int main() {
     Console console(kOverview);
+    warn_of_default_password(console);
     const Figures figures = read_figures(console);
     console.open_page();
     print_str("<p id=\"age\" class=\"hint\"></p>\n<div class=\"cards\">\n");

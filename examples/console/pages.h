@@ -8,18 +8,26 @@ constexpr unsigned kMaxCertificate = 64 * 1024;
 constexpr unsigned kMaxFirmware = 32 * 1024 * 1024;
 constexpr unsigned kFormBytes = 8 * 1024;  // of a multipart form, besides the file
 
-constexpr Page kOverview = {"overview", "Overview", kNobody, "overview.js", 0, 10};
-constexpr Page kLan = {"lan", "LAN", kAdministrator};
-constexpr Page kInternet = {"internet", "Internet", kAdministrator};
-constexpr Page kVpn = {"vpn", "VPN", kAdministrator};
-constexpr Page kCertificates = {"certificates", "Certificates", kAdministrator, "upload.js",
-                                kMaxCertificate + kFormBytes};
-constexpr Page kSchedules = {"schedules", "Schedules", kAdministrator};
-constexpr Page kForwards = {"forwards", "Port forwards", kAdministrator};
-constexpr Page kHosts = {"hosts", "Hosts", kAdministrator};
-constexpr Page kAccount = {"account", "Account", kReadOnly};
-constexpr Page kMaintenance = {"maintenance", "Maintenance", kAdministrator, "maintenance.js",
-                               kMaxFirmware + kFormBytes};
+constexpr Page kOverview = {
+    .name = "overview", .title = "Overview", .scripts = {"overview.js"}, .refresh = 10};
+constexpr Page kLan = {.name = "lan", .title = "LAN", .may_post = kAdministrator};
+constexpr Page kInternet = {.name = "internet", .title = "Internet", .may_post = kAdministrator};
+constexpr Page kVpn = {.name = "vpn", .title = "VPN", .may_post = kAdministrator};
+constexpr Page kCertificates = {.name = "certificates",
+                                .title = "Certificates",
+                                .may_post = kAdministrator,
+                                .scripts = {"upload.js"},
+                                .max_body = kMaxCertificate + kFormBytes};
+constexpr Page kSchedules = {.name = "schedules", .title = "Schedules", .may_post = kAdministrator};
+constexpr Page kForwards = {
+    .name = "forwards", .title = "Port forwards", .may_post = kAdministrator};
+constexpr Page kHosts = {.name = "hosts", .title = "Hosts", .may_post = kAdministrator};
+constexpr Page kAccount = {.name = "account", .title = "Account", .may_post = kReadOnly};
+constexpr Page kMaintenance = {.name = "maintenance",
+                               .title = "Maintenance",
+                               .may_post = kAdministrator,
+                               .scripts = {"upload.js", "message.js"},
+                               .max_body = kMaxFirmware + kFormBytes};
 
 constexpr const Page *kPages[] = {&kOverview,     &kLan,       &kInternet, &kVpn,
                                   &kCertificates, &kSchedules, &kForwards, &kHosts,

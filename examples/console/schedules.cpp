@@ -115,8 +115,8 @@ void print_time(const Console &console, const Field &field) {
 }
 
 void print_days(const Console &console, const Schedule &schedule) {
-    const bool posted = console.is_form(schedule.name) && !console.accepted();
-    const unsigned mask = posted ? posted_days(console, schedule) : stored_days(console, schedule);
+    const unsigned mask =
+        console.is_typed() ? posted_days(console, schedule) : stored_days(console, schedule);
     console.group(schedule.days, [&] {
         for (const dow_entry &day : days()) {
             print_str("<label class=\"choice\">");

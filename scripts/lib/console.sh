@@ -22,13 +22,15 @@ make_console_state() {
 # into the log when it is told to restart. Its number goes into service_pid and an item.
 start_name_service() {
     bash -c 'trap "echo \"$(date "+%F %T") Name service: restarted\" >> \"\$1/log\"" HUP
-             trap "kill \$!; exit" TERM
-             while :; do sleep 3600 & wait; kill $!; done' names "$1" &
+             trap "exit" TERM
+             trap "kill \$! 2> /dev/null" EXIT
+             while :; do sleep 3600 & wait; kill $! 2> /dev/null; done' names "$1" &
     service_pid=$!
     echo "$service_pid" > "$1/run/names.pid"
 }
 
 stop_name_service() {
+    [ -n "$service_pid" ] || return 0
     kill "$service_pid" 2>/dev/null || true
     wait "$service_pid" 2>/dev/null || true
 }

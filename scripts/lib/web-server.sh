@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Starts the web server for the example programs. To be sourced by bash; needs QMV_* as
+# Starts the web server for the examples. To be sourced by bash; needs QMV_* as
 # scripts/lib/lighttpd.conf describes them.
 
 # make_state DIR: makes a state directory with default items; what is there stays as it is.
@@ -27,6 +27,7 @@ start_web_server() {
 
 # stop_web_server: ends it and waits for its end.
 stop_web_server() {
+    [ -n "$server_pid" ] || return 0
     kill "$server_pid" 2>/dev/null || true
     wait "$server_pid" 2>/dev/null || true
 }

@@ -30,12 +30,12 @@ enum Level { kNobody = 0, kReadOnly = 1, kAdministrator = 2 };
 
 // A page of the console, and its place in the navigation.
 struct Page {
-    const char *name;   // the program, and its icon, without an extension
+    const char *name;  // of the program and of the icon, without an extension
     const char *title;
-    Level may_post;     // who may send its forms
-    const char *script = nullptr;
+    Level may_post = kNobody;  // who may send its forms
+    const char *scripts[2] = {};
     unsigned max_body = 256 * 1024;  // bytes that a post may have
-    unsigned refresh = 0;            // seconds after which it loads again without a script; 0: never
+    unsigned refresh = 0;  // seconds after which it loads again without a script; 0: never
 };
 
 // An input with its name in forms, its label, and a hint below it (or null).
@@ -46,6 +46,10 @@ struct Field {
 };
 
 class Upload;
+
+/// A text with what HTML would take for markup escaped: for attributes, which are printed as they
+/// are.
+std::string html_text(const std::string &text);
 
 class Console {
   public:
@@ -138,7 +142,9 @@ class Console {
     /// A check box with its label behind it; `on` is what the item says.
     void check_field(const Field &field, bool on) const;
 
-    /// What was typed into a field, after a post that was refused; null otherwise.
+    /// Whether the form that is open was posted and refused, so that it shows what was typed.
+    [[nodiscard]] bool is_typed() const;
+    /// What was then typed into a field; null otherwise.
     [[nodiscard]] const char *typed_text(const char *name) const;
     [[nodiscard]] std::string attributes(const Field &field) const;
 
@@ -172,6 +178,7 @@ class Console {
     std::vector<std::pair<std::string, std::string>> variables_;
     std::map<std::string, std::string, std::less<>> refusals_;
     std::vector<Message> messages_;
+    const char *form_ = "";  // name of the form that is open, or was last
     std::string token_;  // made when the first form is printed
     std::vector<std::string> changed_;
     std::vector<std::string> unchanged_;

@@ -13,6 +13,7 @@ std::string list_of(const std::vector<std::string> &labels) {
 }  // namespace
 
 void Console::open_form(const char *form, const char *heading, const char *attributes) {
+    form_ = form;
     std::printf("<form method=\"post\" action=\"%s.cgi\" id=\"%s\"%s>\n", page_.name, form,
                 attributes);
     print_token();
@@ -85,7 +86,7 @@ std::string Console::description(const Field &field) const {
 }
 
 void Console::check_field(const Field &field, bool on) const {
-    if (!accepted())
+    if (is_typed())
         on = has(field.name);
     print_str("<div class=\"field check\">\n");
     gen_xcheckbox(checkbox_flags(on, 0), "%s value=\"1\"", attributes(field).c_str());
@@ -94,7 +95,12 @@ void Console::check_field(const Field &field, bool on) const {
 }
 
 const char *Console::typed_text(const char *name) const {
-    return accepted() ? nullptr : value(name);
+    return is_typed() ? value(name) : nullptr;
+}
+
+// Whether the form that is being printed was posted and refused: it shows what was typed.
+bool Console::is_typed() const {
+    return !accepted() && is_form(form_);
 }
 
 void Console::wrote(const char *label, int result) {

@@ -35,10 +35,20 @@ bool is_simulated() {
 
 }  // namespace
 
+std::string html_text(const std::string &text) {
+    char *escaped = nullptr;
+    html_asprint_text(&escaped, text.c_str());
+    std::string result = escaped != nullptr ? escaped : "";
+    std::free(escaped);
+    return result;
+}
+
 void Console::open_page() const {
     print_str(kHeaders);
-    if (page_.script != nullptr)
-        std::printf("<script src=\"%s\" defer></script>\n", page_.script);
+    for (const char *script : page_.scripts) {
+        if (script != nullptr)
+            std::printf("<script src=\"%s\" defer></script>\n", script);
+    }
     if (page_.refresh != 0) {
         print_str("<noscript>");
         print_head_refresh(page_.refresh, nullptr);
@@ -74,7 +84,7 @@ void Console::print_navigation() const {
 }
 
 void Console::print_messages() const {
-    print_str("<div id=\"messages\" role=\"status\">\n");
+    print_str("<div id=\"messages\" role=\"status\">");
     for (const Message &message : messages_)
         html_printf(1, "<p class=\"%s\">%s</p>\n", message.kind, message.text.c_str());
     print_str("</div>\n");

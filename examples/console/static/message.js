@@ -1,0 +1,21 @@
+// Counts the characters of the text message while it is typed: the device knows its alphabet.
+'use strict';
+
+let timer;
+
+document.addEventListener('input', ({target}) => {
+    if (target.id !== 'alert_text')
+        return;
+    clearTimeout(timer);
+    timer = setTimeout(() => count(target), 200);
+});
+
+async function count(box) {
+    const text = box.value;
+    const answer = await fetch(`count.cgi?${new URLSearchParams({text})}`);
+    if (!answer.ok || text !== box.value)
+        return;
+    const {count, limit, foreign} = await answer.json();
+    document.getElementById('count').textContent = `${count} of ${limit} characters` +
+        (foreign ? `; ${foreign} cannot be sent` : '');
+}
