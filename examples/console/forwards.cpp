@@ -168,14 +168,14 @@ void print_row(const Console &console, const Forward &row) {
 
 void print_table(const Console &console, const Forwards &table) {
     print_str(
-        "<div class=\"scroll\" role=\"region\" tabindex=\"0\" aria-label=\"Forwarded ports\">\n"
+        "<section class=\"scroll\" tabindex=\"0\" aria-label=\"Forwarded ports\">\n"
         "<table>\n<thead><tr><th scope=\"col\">Name</th><th scope=\"col\">Protocol</th>"
         "<th scope=\"col\">Ports</th><th scope=\"col\">To</th>");
     print_str(console.may_post() ? "<th scope=\"col\">Change</th>" : "");
     print_str("</tr></thead>\n<tbody>\n");
     for (const Forward *row = table.first(); row != nullptr; row = row->next())
         print_row(console, *row);
-    print_str("</tbody>\n</table>\n</div>\n");
+    print_str("</tbody>\n</table>\n</section>\n");
 }
 
 void print_version(const Forwards &table) {
@@ -192,7 +192,7 @@ void print_list(Console &console, const Forwards &table) {
         print_table(console, table);
     if (table.count() > 1 && console.may_post())
         gen_xbutton("Sort by name", nullptr, PRINT_SUBMIT, " name=\"action\" value=\"sort\"");
-    print_str("</fieldset>\n</form>\n");
+    console.close_form(nullptr);
 }
 
 void print_protocol(const Console &console, const Forward &row) {

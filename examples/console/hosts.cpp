@@ -67,8 +67,8 @@ void save(Console &console) {
 void print_form(Console &console) {
     char *stored = nullptr;
     get_textarea_file(&stored, console.path("files").c_str(), kFile, kMaxChars);
-    const char *typed = console.typed_text(kText.name);
     console.open_form("hosts", "Names of this network");
+    const char *typed = console.typed_text(kText.name);
     console.field(kText, [&](const char *attributes) {
         // A line feed behind the tag is not part of the text: browsers drop the first one.
         gen_textarea(typed != nullptr ? typed : stored, 0, " rows=\"14\" spellcheck=\"false\"%s", attributes);

@@ -79,9 +79,10 @@ void save(Console &console, const Providers &providers) {
         console.refuse(kProvider, "Choose one of the providers.");
     std::string user = check_text(console, kUser, 0, kUserChars, textbox_filter_ppp_username,
                                   "ASCII letters, digits and marks, but no blanks or quotation marks,");
-    const std::string suffix = providers.suffix(provider.c_str());
     if (!user.empty() && user.find('@') == std::string::npos)
-        user += suffix;
+        user += providers.suffix(provider.c_str());
+    if (user.size() > kUserChars && console.accepted())
+        console.refuse(kUser, "With what the provider adds, the user name is too long.");
     if (user.empty() && mode != nullptr && std::strcmp(mode, "pppoe") == 0)
         console.refuse(kUser, "PPPoE needs a user name.");
     check_password(console);
@@ -91,7 +92,7 @@ void save(Console &console, const Providers &providers) {
     if (console.accepted()) {
         console.wrote(kMode.label, update_textbox(dir, kMode.name, mode, kItemBytes));
         console.wrote(kProvider.label, update_textbox(dir, kProvider.name, provider.c_str(), kItemBytes));
-        console.wrote(kUser.label, update_textbox(dir, kUser.name, user.c_str(), 2 * kUserChars));
+        console.wrote(kUser.label, update_textbox(dir, kUser.name, user.c_str(), kUserChars));
         console.wrote(kPassword.label,
                       update_password_item(dir, kPassword.name, console.value(kPassword.name),
                                            kPasswordChars, textbox_filter_ppp_password, nullptr));

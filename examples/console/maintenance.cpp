@@ -87,13 +87,13 @@ void print_export() {
 void print_log() {
     print_str(
         "<section class=\"card\" id=\"log\">\n<h2>Log</h2>\n"
-        "<div class=\"log\" role=\"region\" tabindex=\"0\" aria-label=\"The last lines\">\n<pre>");
+        "<section class=\"log\" tabindex=\"0\" aria-label=\"The last lines\">\n<pre>");
     shell_lines lines{};
     shell_run(&lines, "tail -n 40 \"$QMV_STATE/log\" 2>/dev/null");
     if (lines.count == 0)
         print_str("Nothing happened yet.\n");
     shell_print(&lines, 0);
-    print_str("</pre>\n</div>\n</section>\n");
+    print_str("</pre>\n</section>\n</section>\n");
 }
 
 }  // namespace

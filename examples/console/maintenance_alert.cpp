@@ -47,9 +47,9 @@ void save_alert(Console &console) {
 
 void print_alert(Console &console) {
     const std::string items = console.items("maintenance");
+    console.open_form("alert", "Alert by text message");
     const char *typed = console.typed_text(kText.name);
     const std::string shown = typed != nullptr ? typed : console.item("maintenance", kText.name);
-    console.open_form("alert", "Alert by text message");
     console.text_field(kNumber, kNumberChars, [&](const char *attributes) {
         gen_xtextbox_item(items.c_str(), kNumber.name, kNumberChars, 0,
                           " inputmode=\"tel\" autocomplete=\"off\"%s", attributes);

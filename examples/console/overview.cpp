@@ -1,5 +1,5 @@
 // The overview: what the device is, and how it is doing. Its script reads the figures again every
-// few seconds; without it, the page loads itself again.
+// few seconds; without it there is a link.
 #include "pages.h"
 #include "status.h"
 
@@ -83,7 +83,7 @@ void print_device(const Console &console, const Figures &figures) {
     html_printf(1, "<dt>Model</dt><dd>%s</dd>\n", reinterpret_cast<const char *>(variant->data));
     print_fact("Running", "uptime", figure(figures, "uptime"));
     print_fact("Load", "load", figure(figures, "load"));
-    print_str("</dl>\n<ul class=\"features\" aria-label=\"Features\">\n");
+    print_str("</dl>\n<ul class=\"features\">\n");
     for (const FeatureName &row : kFeatureNames) {
         if ((features & row.feature) != 0)
             std::printf("<li>%s</li>\n", row.name);
@@ -164,7 +164,10 @@ int main() {
     warn_of_default_password(console);
     const Figures figures = read_figures(console);
     console.open_page();
-    print_str("<p id=\"age\" class=\"hint\"></p>\n<div class=\"cards\">\n");
+    print_str(
+        "<p id=\"age\" class=\"hint\"></p>\n"
+        "<noscript><p><a href=\"overview.cgi\">Read the figures again</a></p></noscript>\n"
+        "<div class=\"cards\">\n");
     print_line(figures);
     print_device(console, figures);
     print_interfaces(figures);

@@ -8,8 +8,7 @@ constexpr unsigned kMaxCertificate = 64 * 1024;
 constexpr unsigned kMaxFirmware = 32 * 1024 * 1024;
 constexpr unsigned kFormBytes = 8 * 1024;  // of a multipart form, besides the file
 
-constexpr Page kOverview = {
-    .name = "overview", .title = "Overview", .scripts = {"overview.js"}, .refresh = 10};
+constexpr Page kOverview = {.name = "overview", .title = "Overview", .scripts = {"overview.js"}};
 constexpr Page kLan = {.name = "lan", .title = "LAN", .may_post = kAdministrator};
 constexpr Page kInternet = {.name = "internet", .title = "Internet", .may_post = kAdministrator};
 constexpr Page kVpn = {.name = "vpn", .title = "VPN", .may_post = kAdministrator};

@@ -140,12 +140,12 @@ void print_cron(const Console &console, const Schedule &schedule) {
         print_str("<p class=\"hint\">Switched off: cron gets no lines.</p>\n");
         return;
     }
-    print_str("<pre class=\"cron\" role=\"region\" tabindex=\"0\" aria-label=\"Cron lines\">");
+    print_str("<section class=\"cron\" tabindex=\"0\" aria-label=\"Cron lines\"><pre>");
     print_cron_line(stored_time(console, schedule.from), weekdays,
                     (std::string(schedule.name) + " up").c_str());
     print_cron_line(stored_time(console, schedule.to), weekdays,
                     (std::string(schedule.name) + " down").c_str());
-    print_str("</pre>\n");
+    print_str("</pre></section>\n");
 }
 
 void print_form(Console &console, const Schedule &schedule) {

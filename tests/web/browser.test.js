@@ -6,35 +6,13 @@ import fs from 'node:fs';
 import path from 'node:path';
 import {after, afterEach, before, beforeEach, describe, test} from 'node:test';
 import {chromium} from 'playwright-core';
+import {hostile} from './hostile.js';
 import {
     eventually, items, itemsWith, page as address, resetState, state, stored, storedFiles, work
 } from './support.js';
 
 const screenshots = process.env.QMV_SCREENSHOTS;
 const bullets = (count) => '\u2022'.repeat(count);
-
-const hostile = [
-    '<script>alert(1)</script>',
-    '"><script>alert(1)</script>',
-    "'><script>alert(1)</script>",
-    '<img src=x onerror=alert(1)>',
-    '"><img src=x onerror=alert(1)>',
-    '<svg onload=alert(1)>',
-    '"><svg/onload=alert(1)//',
-    '" autofocus onfocus="alert(1)',
-    "' autofocus onfocus='alert(1)",
-    '" style="position:fixed;inset:0" x="',
-    '</title></head><body onload=alert(1)>',
-    '--><script>alert(1)</script><!--',
-    ']]><iframe src="javascript:alert(1)">',
-    '</textarea><b>bold</b>',
-    '<a href="javascript:alert(1)">x</a>',
-    '&lt;script&gt;alert(1)&lt;/script&gt;',
-    '&quot;&#34;&#x22; &amp;amp; &',
-    '%3Cscript%3E %22 %s%n \\u003cb\\u003e \\',
-    '<!--#exec cmd="ls"--> $(ls) `ls` {{7*7}}',
-    '\u202E<b>\u00AB\u00E9\u20AC\uFFFD</b>\u2028;'
-];
 
 let browser;
 let context;

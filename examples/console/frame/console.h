@@ -35,7 +35,6 @@ struct Page {
     Level may_post = kNobody;  // who may send its forms
     const char *scripts[2] = {};
     unsigned max_body = 256 * 1024;  // bytes that a post may have
-    unsigned refresh = 0;  // seconds after which it loads again without a script; 0: never
 };
 
 // An input with its name in forms, its label, and a hint below it (or null).
@@ -94,9 +93,10 @@ class Console {
     void open_page() const;
     void close_page() const;
     /// Opens a form of this page, with its name, which is_form() tells when it was posted. Who may
-    /// not post gets it disabled.
+    /// not post gets its fields disabled, and no form around them.
     void open_form(const char *form, const char *heading, const char *attributes = "");
     void next_section(const char *heading) const;
+    /// Closes it behind a button that sends it; null: it has buttons of its own.
     void close_form(const char *button) const;
     void print_token();
 

@@ -14,10 +14,14 @@ std::string list_of(const std::vector<std::string> &labels) {
 
 void Console::open_form(const char *form, const char *heading, const char *attributes) {
     form_ = form;
-    std::printf("<form method=\"post\" action=\"%s.cgi\" id=\"%s\"%s>\n", page_.name, form,
-                attributes);
-    print_token();
-    std::printf("<input type=\"hidden\" name=\"form\" value=\"%s\">\n", form);
+    if (may_post()) {
+        std::printf("<form class=\"card\" method=\"post\" action=\"%s.cgi\" id=\"%s\"%s>\n",
+                    page_.name, form, attributes);
+        print_token();
+        std::printf("<input type=\"hidden\" name=\"form\" value=\"%s\">\n", form);
+    } else {
+        std::printf("<div class=\"card\" id=\"%s\">\n", form);
+    }
     open_section(heading);
 }
 
@@ -32,11 +36,11 @@ void Console::next_section(const char *heading) const {
 }
 
 void Console::close_form(const char *button) const {
-    if (may_post()) {
+    if (may_post() && button != nullptr) {
         gen_xbutton(button, nullptr, PRINT_SUBMIT, " class=\"primary\"");
         print_str("\n");
     }
-    print_str("</fieldset>\n</form>\n");
+    print_str(may_post() ? "</fieldset>\n</form>\n" : "</fieldset>\n</div>\n");
 }
 
 const char *Console::field_class(const Field &field) const {

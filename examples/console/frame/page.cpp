@@ -49,11 +49,6 @@ void Console::open_page() const {
         if (script != nullptr)
             std::printf("<script src=\"%s\" defer></script>\n", script);
     }
-    if (page_.refresh != 0) {
-        print_str("<noscript>");
-        print_head_refresh(page_.refresh, nullptr);
-        print_str("</noscript>\n");
-    }
     const std::string title = std::string(page_.title) + " - " + item("lan", "device_name");
     print_head_p2(title.c_str(), nullptr);
     print_str("<a class=\"skip\" href=\"#main\">Skip to the content</a>\n<header>\n");

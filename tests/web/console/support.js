@@ -5,6 +5,7 @@ import fs from 'node:fs';
 import http from 'node:http';
 import path from 'node:path';
 import {chromium} from 'playwright-core';
+import {boundary, multipart} from '../support.js';
 
 export const state = process.env.QMV_STATE;
 export const port = Number(process.env.QMV_PORT);
@@ -96,9 +97,30 @@ export async function post(page, fields, {user = 'admin', ...options} = {}) {
     });
 }
 
+// The parts of a multipart form: a text, and a file with the name that a client gives it.
+export const textPart = (name, content) =>
+    ({head: `Content-Disposition: form-data; name="${name}"`, content});
+export const filePart = (name, file, content) => ({
+    head: `Content-Disposition: form-data; name="${name}"; filename="${file}"\r\n` +
+        'Content-Type: application/octet-stream',
+    content
+});
+
+// Posts such parts as they are.
+export const postParts = (page, parts, options = {}) => send(`/${page}.cgi`, {
+    method: 'POST',
+    headers: {'Content-Type': `multipart/form-data; boundary=${boundary}`},
+    body: multipart(...parts),
+    ...options
+});
+
+// Posts a form with a file as a page does, with the user's token in front.
+export const postFile = async (page, form, file, {user = 'admin'} = {}) =>
+    postParts(page, [textPart('token', await token(user)), textPart('form', form), file], {user});
+
 // The messages of an answer, as "kind: text", and the refusals, as "field: text".
 export const messagesOf = ({body}) =>
-    [...body.matchAll(/^<p class="(good|same|bad)">(.*)<\/p>$/gm)].map(([, kind, text]) => `${kind}: ${text}`);
+    [...body.matchAll(/<p class="(good|same|bad)">(.*)<\/p>$/gm)].map(([, kind, text]) => `${kind}: ${text}`);
 export const refusalsOf = ({body}) =>
     [...body.matchAll(/^<p class="error" id="(.*)-error">(.*)<\/p>/gm)].map(([, id, text]) => `${id}: ${text}`);
 
