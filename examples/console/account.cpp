@@ -1,8 +1,6 @@
 // Passwords: everybody changes the own one; the administrator sets that of the read-only user, too.
 #include "frame/accounts.h"
 
-#include <cstring>
-
 #include "pages.h"
 
 namespace {
@@ -30,7 +28,13 @@ constexpr unsigned kMaxChars = 32;
 
 passwd_field entered(const Console &console, const Field &field) {
     passwd_field result{PW_UNCHANGED, nullptr};
-    result.code = chk_new_passwd(console.value(field.name), &result.text, kMinChars, kMaxChars);
+    const char *text = console.value(field.name);
+    // The library's check ends at a character that it cannot store, an emoji for example.
+    for (const char *cursor = text; cursor != nullptr && *cursor != '\0'; ++cursor) {
+        if (static_cast<unsigned char>(*cursor) > 0x7E)
+            return {PW_BAD_CHAR, nullptr};
+    }
+    result.code = chk_new_passwd(text, &result.text, kMinChars, kMaxChars);
     return result;
 }
 
@@ -59,6 +63,19 @@ bool is_stored(const std::string &items, const Account &account, const char *pas
     return crypt_cmp(record.kind, record.stored, password) == 0;
 }
 
+// Puts the former password back everywhere after a change that failed halfway.
+void undo(Console &console, const passwd_rec &former) {
+    const auto restore = [&](const char *dir) {
+        return update_item(dir, former.name, former.stored, static_cast<int>(sizeof former.stored));
+    };
+    const bool restored = restore(former.dir) >= 0 &&
+                          restore(console.path("flash/accounts").c_str()) >= 0 &&
+                          write_htpasswd(console.path(""));
+    console.say("bad", restored ? "The new password could not be written. The old one still holds."
+                                : "The new password could not be written everywhere: the old one "
+                                  "or the new one may be asked for. Try again.");
+}
+
 void change(Console &console, const Account &account, const Fields &fields) {
     const std::string items = console.items("accounts");
     const std::string copies = console.path("flash/accounts");
@@ -74,8 +91,9 @@ void change(Console &console, const Account &account, const Fields &fields) {
         explain(console, fields, record.status);
         return console.report();
     }
-    if (!is_stored(items, account, form.fresh.text) || !write_htpasswd(console.path("")))
-        return console.say("bad", "The password could not be written.");
+    if (!is_stored(items, account, form.fresh.text) ||
+        !is_stored(copies, account, form.fresh.text) || !write_htpasswd(console.path("")))
+        return undo(console, record);
     console.say("good", std::string("Changed: the password of ") + account.name +
                             (is_own ? ". The browser will ask for it." : "."));
     console.log(std::string("changed the password of ") + account.name);
@@ -83,13 +101,15 @@ void change(Console &console, const Account &account, const Fields &fields) {
 
 void print_password(const Console &console, const Field &field, const char *autocomplete) {
     console.field(field, [&](const char *attributes) {
-        gen_xtextbox(128, "", PRINT_PASSWORD, " autocomplete=\"%s\" required%s", autocomplete, attributes);
+        gen_xtextbox(128, "", PRINT_PASSWORD, " autocomplete=\"%s\" required%s", autocomplete,
+                     attributes);
     });
 }
 
 void print_form(Console &console, const Account &account, const Fields &fields) {
     const bool is_own = console.user() == account.name;
-    const std::string heading = is_own ? "Your password" : std::string("Password of ") + account.name;
+    const std::string heading =
+        is_own ? "Your password" : std::string("Password of ") + account.name;
     console.open_form(account.name, heading.c_str());
     if (is_own)
         print_password(console, fields.current, "current-password");

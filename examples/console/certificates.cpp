@@ -10,24 +10,35 @@
 
 namespace {
 
-constexpr Field kFile = {"file", "Certificate or key (PEM)", "A file that ends in .pem or .key, up to 64 KiB."};
-constexpr Field kDelete = {"delete", "Delete"};
+constexpr Field kFile = {"file", "Certificate or key (PEM)",
+                         "A file that ends in .pem or .key, up to 64 KiB."};
 
 constexpr unsigned kMaxName = 64;
 constexpr uint32_t kHasKey = 1;
 
-constexpr cert_tool kCertificateTool = {nullptr, "openssl x509", "-subject -issuer -enddate 2>&1"};
+// An encrypted key has no password here: openssl must not ask for one.
+constexpr const char *kReadCertificate = "openssl x509 -inform PEM";
+constexpr const char *kReadKey = "openssl pkey -inform PEM -passin pass:";
+constexpr cert_tool kCertificateTool = {nullptr, kReadCertificate,
+                                        "-subject -issuer -enddate 2>/dev/null"};
 
 // What the listing's callbacks, which have no context, print with.
 Console *page;
 std::string open_row;  // name of the file whose row is not finished
-bool has_key;
+
+std::string with_extension(const std::string &name, const char *extension) {
+    return name.substr(0, name.rfind('.')) + extension;
+}
+
+bool has_file(const Console &console, const char *folder, const std::string &name) {
+    return stat_item(console.path(folder).c_str(), name.c_str()) == 0;
+}
 
 // A listing of the certificates, and of the keys that belong to them.
 struct Listing {
     explicit Listing(const Console &console)
         : certificates(console.path("certificates/")), keys(console.path("keys/")) {
-        related[0] = {keys.c_str(), ".key", nullptr, "openssl pkey", "-check 2>&1", 0, kHasKey};
+        related[0] = {keys.c_str(), ".key", nullptr, kReadKey, "-check 2>/dev/null", 0, kHasKey};
         cert_dir_setup(&listing, certificates.c_str(), &kCertificateTool, related);
     }
     Listing(const Listing &) = delete;
@@ -50,8 +61,7 @@ struct Listing {
 };
 
 int is_file_char(unsigned pos, unsigned ch) {
-    return textbox_filter_alnum(pos, ch) != 0 || ch == '_' ||
-           (pos > 0 && (ch == '-' || ch == '.'));
+    return textbox_filter_alnum(pos, ch) != 0 || ch == '_' || (pos > 0 && (ch == '-' || ch == '.'));
 }
 
 // ---- Uploading ----
@@ -61,40 +71,74 @@ bool ends_in(const std::string &name, const char *ending) {
     return name.size() > length && name.compare(name.size() - length, length, ending) == 0;
 }
 
-// Asks openssl about a file. The path holds nothing that a client chose.
-bool is_readable_by(const char *command, const std::string &path) {
+// What openssl prints about a file; empty when it cannot read it. The shell takes the path from the
+// environment, so that any path will do.
+std::string ask_openssl(const char *command, const char *options, const std::string &path) {
+    char *output = nullptr;
     setenv("QMV_FILE", path.c_str(), 1);
-    return run_shell(PRINT_QUIET, "%s -in \"$QMV_FILE\" -noout >/dev/null 2>&1", command) == 0;
+    const std::string line =
+        std::string(command) + " -in \"$QMV_FILE\" " + options + " 2>/dev/null </dev/null";
+    asprint_shell(&output, line.c_str());
+    const std::string text = output != nullptr ? output : "";
+    std::free(output);
+    return text;
 }
 
-void store(Console &console, Upload &upload) {
+// Why a certificate cannot be stored under a name; empty when it can.
+std::string fault_of_certificate(const std::string &file) {
+    if (ask_openssl(kReadCertificate, "-noout -subject", file).empty())
+        return "This file holds no certificate in PEM format.";
+    return "";
+}
+
+// Why a key cannot: it must belong to the certificate of the same name.
+std::string fault_of_key(const Console &console, const std::string &file, const std::string &name) {
+    const std::string certificate = with_extension(name, ".pem");
+    const std::string key = ask_openssl(kReadKey, "-pubout", file);
+    if (key.empty())
+        return "This file holds no key in PEM format, or an encrypted one.";
+    if (!has_file(console, "certificates", certificate))
+        return "Upload its certificate first: " + certificate + ".";
+    if (key != ask_openssl(kReadCertificate, "-noout -pubkey",
+                           console.path("certificates/" + certificate)))
+        return "This key does not belong to the certificate " + certificate + ".";
+    return "";
+}
+
+void store_file(Console &console, Upload &upload) {
     const std::string &name = upload.name();
     const bool is_key = ends_in(name, ".key");
+    const char *folder = is_key ? "keys" : "certificates";
     char kept[kMaxName + 1] = "";
     scan_textbox(name.c_str(), kMaxName, 1, kept, kMaxName, is_file_char);
     if (upload.outcome() != Upload::kWhole)
         return console.refuse(kFile, upload.reason());
     if (name != kept)
-        return console.refuse(kFile, "Use a file name of up to 64 letters, digits and the marks _ - .");
+        return console.refuse(kFile,
+                              "Use a file name of up to 64 letters, digits and the marks _ - .");
     if (!is_key && !ends_in(name, ".pem"))
         return console.refuse(kFile, "A certificate's name ends in .pem, a key's in .key.");
-    if (!is_readable_by(is_key ? "openssl pkey" : "openssl x509", upload.temporary()))
-        return console.refuse(kFile, std::string("This file holds no ") +
-                                         (is_key ? "key" : "certificate") + " in PEM format.");
-    const std::string certificate = name.substr(0, name.size() - 4) + ".pem";
-    if (is_key && stat_item(console.path("certificates").c_str(), certificate.c_str()) != 0)
-        return console.refuse(kFile, "Upload its certificate first: " + certificate + ".");
-    const std::string folder = is_key ? "keys/" : "certificates/";
-    if (!upload.keep(console.path(folder + name)))
+    const std::string fault = is_key ? fault_of_key(console, upload.temporary(), name)
+                                     : fault_of_certificate(upload.temporary());
+    if (!fault.empty())
+        return console.refuse(kFile, fault);
+    const std::string what = (has_file(console, folder, name) ? "Replaced: " : "Stored: ") + name;
+    if (!upload.keep(console.path(std::string(folder) + "/" + name)))
         return console.refuse(kFile, "The file could not be stored: the device may be full.");
-    console.say("good", "Stored: " + name + ".");
-    console.log("stored " + name);
+    console.say("good", what + ".");
+    console.log(what);
+}
+
+void store(Console &console, Upload &upload) {
+    store_file(console, upload);
+    if (!console.accepted())
+        console.report();
 }
 
 // ---- Deleting ----
 
 void delete_file(Console &console) {
-    const char *posted = console.value(kDelete.name);
+    const char *posted = console.value("delete");
     const std::string name = posted != nullptr ? posted : "";
     Listing files(console);
     const int index = files.find(name.c_str());
@@ -102,9 +146,13 @@ void delete_file(Console &console) {
         return console.say("bad", "This certificate is not there any more.");
     if (name == console.item("vpn", "certificate"))
         return console.say("bad", name + " was not deleted: the VPN uses it.");
+    const std::string key = with_extension(name, ".key");
+    const bool had_key = has_file(console, "keys", key);
     if (delete_certificate(&files.listing, index) < 0)
         return console.say("bad", name + " could not be deleted.");
-    console.say("good", "Deleted: " + name + ", and its key if it had one.");
+    if (has_file(console, "keys", key))
+        console.say("bad", "Its key " + key + " could not be deleted.");
+    console.say("good", "Deleted: " + name + (had_key ? " and its key." : "."));
     console.log("deleted " + name);
 }
 
@@ -122,7 +170,7 @@ void print_title_text(const char *tooltip) {
 }
 
 void print_deletion(const char *name) {
-    html_printf(1, "<details>\n<summary>Delete<span class=\"for\"> %s</span></summary>\n", name);
+    html_printf(1, "<details>\n<summary>Delete %s</summary>\n", name);
     std::printf("<form method=\"post\" action=\"%s.cgi\">\n", kCertificates.name);
     page->print_token();
     print_str("<input type=\"hidden\" name=\"form\" value=\"delete\">\n");
@@ -135,7 +183,7 @@ void print_deletion(const char *name) {
 void finish_row() {
     if (open_row.empty())
         return;
-    if (!has_key)
+    if (!has_file(*page, "keys", with_extension(open_row, ".key")))
         print_str("<p class=\"facts\">No key.</p>\n");
     if (page->may_post())
         print_deletion(open_row.c_str());
@@ -146,16 +194,14 @@ void finish_row() {
 uint32_t show_file(uint32_t /*arg*/, const char *name, int /*index*/, const char *tooltip) {
     finish_row();
     open_row = name;
-    has_key = false;
     html_printf(1, "<li>\n<h3>%s</h3>\n", name);
     std::printf("<p class=\"facts\"%s>", tooltip != nullptr ? tooltip : "");
     print_title_text(tooltip);
     print_str("</p>\n");
-    return kHasKey;
+    return has_file(*page, "keys", with_extension(name, ".key")) ? kHasKey : 0;
 }
 
 void show_key(uint32_t /*arg*/, uint32_t /*number*/, uint32_t /*mask*/, const char *tooltip) {
-    has_key = true;
     std::printf("<p class=\"facts\"%s>Key: ", tooltip != nullptr ? tooltip : "");
     print_title_text(tooltip);
     print_str("</p>\n");
@@ -188,8 +234,7 @@ void print_upload(Console &console) {
 }  // namespace
 
 int main() {
-    const char *state = std::getenv("QMV_STATE");
-    Upload upload(std::string(state != nullptr ? state : "") + "/uploads", kMaxCertificate);
+    Upload upload(kMaxCertificate);
     Console console(kCertificates, &upload);
     if (console.is_form("upload"))
         store(console, upload);

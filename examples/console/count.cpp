@@ -1,6 +1,4 @@
 // Counts the characters of a text message for the page's script: count.cgi?text=...
-#include <cstdlib>
-
 #include "frame/json.h"
 #include "maintenance.h"
 #include "pages.h"

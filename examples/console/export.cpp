@@ -27,10 +27,30 @@ std::vector<std::string> item_names(const std::string &dir) {
     return names;
 }
 
+// What XML allows of a text: whole characters, and of the control characters only TAB and line ends.
+// Nothing else gets into the items, unless somebody writes them by hand.
+std::string xml_text(const std::string &text) {
+    std::string allowed;
+    for (const char *cursor = text.c_str(); *cursor != '\0';) {
+        const unsigned ch = utf8_to_ucs2(&cursor, 0xFFFFFFFF);
+        char bytes[4];
+        const char *end = ucs2_to_utf8(bytes, sizeof bytes, ch);
+        const bool is_control = ch < 0x20 && ch != '\t' && ch != '\n' && ch != '\r';
+        if (!is_control && (ch < 0xD800 || ch > 0xDFFF) && ch < 0xFFFE)
+            allowed.append(bytes, static_cast<size_t>(end - bytes));
+    }
+    return allowed;
+}
+
+void append_text(xml_data *xml, const std::string &text) {
+    const std::string allowed = xml_text(text);
+    xml_data_txt(xml, allowed.c_str(), static_cast<int>(allowed.size()));
+}
+
 void append_group(xml_data *xml, const Console &console, const char *group) {
     xml_data_tag(xml, group, XML_TAG_START_LINE);
     for (const std::string &name : item_names(console.items(group)))
-        xml_data_element(xml, name.c_str(), console.item(group, name.c_str()).c_str());
+        xml_data_element(xml, name.c_str(), xml_text(console.item(group, name.c_str())).c_str());
     xml_data_tag(xml, group, XML_TAG_END);
 }
 
@@ -40,22 +60,23 @@ void append_forwards(xml_data *xml, const Forwards &table) {
         xml_data_tag(xml, "forward", XML_TAG_OPEN);
         xml_data_attr_num(xml, "number", row->links.number);
         xml_data_attr_str(xml, "on", row->on ? "yes" : "no");
-        xml_data_attr_str(xml, "protocol", row->protocol);
+        xml_data_attr_str(xml, "protocol", html_text(xml_text(row->protocol)).c_str());
         xml_data_attr_str(xml, "ports", row->ports().c_str());
         xml_data_attr_str(xml, "to", row->destination().c_str());
         xml_data_tag(xml, nullptr, XML_TAG_START);
-        xml_data_txt(xml, row->name, static_cast<int>(std::strlen(row->name)));
+        append_text(xml, row->name);
         xml_data_tag(xml, "forward", XML_TAG_END);
     }
     xml_data_tag(xml, "forwards", XML_TAG_END);
 }
 
 void append_hosts(xml_data *xml, const Console &console) {
+    char *text = nullptr;
+    get_textarea_file(&text, console.path("files").c_str(), "hosts", kMaxHosts);
     xml_data_tag(xml, "hosts", XML_TAG_START);
-    const int fd = open_path_name(console.path("files").c_str(), "hosts", 0, 0);
-    if (fd >= 0)
-        xml_data_txt_fd(xml, fd);
+    append_text(xml, text != nullptr ? text : "");
     xml_data_tag(xml, "hosts", XML_TAG_END);
+    std::free(text);
 }
 
 }  // namespace
@@ -74,6 +95,8 @@ int main() {
     append_forwards(&xml, Forwards(console.path("forwards.db")));
     append_hosts(&xml, console);
     xml_data_tag(&xml, "configuration", XML_TAG_END);
+    if (xml.capacity == 0)
+        console.stop("500 Internal Server Error", "There is no memory for the document.");
     print_str(
         "Content-Type: application/xml; charset=utf-8\r\n"
         "Content-Disposition: attachment; filename=\"configuration.xml\"\r\n"

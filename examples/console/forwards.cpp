@@ -35,17 +35,28 @@ int is_name_char(unsigned pos, unsigned ch) {
 
 // A row is addressed by its number: that of another state of the table would be another row.
 bool is_current(Console &console, const Forwards &table) {
-    if (console.has("version") && table.version() == console.value("version"))
+    if (!table.is_read())
+        console.say("bad", "The list cannot be read, and nothing was done.");
+    else if (!console.has("version") || table.version() != console.value("version"))
+        console.say("bad",
+                    "The list was changed meanwhile, and nothing was done. Look at it again.");
+    else
         return true;
-    console.say("bad", "The list was changed meanwhile, and nothing was done. Look at it again.");
+    console.keep_typed();
     return false;
 }
 
-void store(Console &console, Forwards &table, const std::string &what) {
-    if (!table.write())
-        return console.say("bad", "The list could not be written.");
-    console.say("good", what);
-    console.log(what);
+// A list that was not written must not be shown: the page shows what is on disk.
+bool store(Console &console, Forwards &table, const std::string &what) {
+    if (table.write()) {
+        console.say("good", what + ".");
+        console.log(what);
+        return true;
+    }
+    console.say("bad", "The list could not be written.");
+    console.keep_typed();
+    table.read();
+    return false;
 }
 
 // The name and the number of the button that was pressed: "up-3".
@@ -57,9 +68,10 @@ struct Action {
 Action posted_action(const Console &console) {
     const std::string text = console.has("action") ? console.value("action") : "";
     const size_t dash = text.find('-');
-    if (dash == std::string::npos)
+    unsigned row = 0;
+    if (dash == std::string::npos || !parse_number(text.substr(dash + 1), &row))
         return {text, 0};
-    return {text.substr(0, dash), str_to_uint(text.c_str() + dash + 1)};
+    return {text.substr(0, dash), row};
 }
 
 void change_list(Console &console, Forwards &table) {
@@ -69,13 +81,13 @@ void change_list(Console &console, Forwards &table) {
     const Forward *row = table.find(action.row);
     const std::string name = row != nullptr ? row->name : "";
     if (action.name == "sort" && table.sort())
-        store(console, table, "Sorted by name.");
+        store(console, table, "Sorted by name");
     else if (action.name == "up" && table.move_up(action.row))
-        store(console, table, "Moved up: " + name + ".");
+        store(console, table, "Moved up: " + name);
     else if (action.name == "down" && table.move_down(action.row))
-        store(console, table, "Moved down: " + name + ".");
+        store(console, table, "Moved down: " + name);
     else if (action.name == "delete" && table.remove(action.row))
-        store(console, table, "Deleted: " + name + ".");
+        store(console, table, "Deleted: " + name);
     else
         console.say("bad", "That cannot be done with this row.");
 }
@@ -91,11 +103,11 @@ Forward check_row(Console &console) {
     strsncpy(row.name, sizeof row.name, name.c_str());
     if (const char *protocol = check_option(console, kProtocol, protocols))
         strsncpy(row.protocol, sizeof row.protocol, protocol);
-    const std::string ports = check_text(console, kPorts, 1, 11, nullptr, "numbers");
+    const std::string ports = posted_text(console, kPorts);
     scan_range(ports.c_str(), &low, &high, 0, kMaxPort + 1, 0);
     const std::string one = std::to_string(low);
     const bool is_range = ports == one || ports == one + "-" + std::to_string(high);
-    if (console.has(kPorts.name) && (!is_range || low < 1 || high > kMaxPort))
+    if (!is_range || low < 1 || high > kMaxPort)
         console.refuse(kPorts, "Enter one port from 1 to 65535, or two: 8000-8010.");
     row.low = low;
     row.high = high;
@@ -111,21 +123,39 @@ void check_overlap(Console &console, const Forwards &table, const Forward &row, 
         console.refuse(kPorts, std::string("These ports are taken by ") + other->name + ".");
 }
 
-void save_row(Console &console, Forwards &table) {
-    const unsigned edited = str_to_uint(console.value("row"));
+// Returns whether the row is stored; otherwise its form stays open.
+bool save_row(Console &console, Forwards &table) {
+    const char *number = console.value("row");
+    const std::string version = table.version();
+    unsigned edited = 0;
     if (!is_current(console, table))
-        return;
+        return false;
+    const bool is_there = parse_number(number != nullptr ? number : "", &edited) &&
+                          (edited == 0 || table.find(edited) != nullptr);
+    if (!is_there) {
+        console.say("bad", "This row is not there any more.");
+        console.keep_typed();
+        return false;
+    }
     const Forward row = check_row(console);
     check_overlap(console, table, row, edited);
     if (edited == 0 && table.count() >= kMaxRows)
         console.refuse(kName, "The list is full.");
-    if (!console.accepted())
-        return console.report();
+    if (!console.accepted()) {
+        console.report();
+        return false;
+    }
     Forward *place = edited != 0 ? table.find(edited) : table.add();
-    if (place == nullptr)
-        return console.say("bad", "This row is not there any more.");
+    if (place == nullptr) {
+        console.say("bad", "There is no memory for another row.");
+        return false;
+    }
     place->assign(row);
-    store(console, table, std::string(edited != 0 ? "Changed: " : "Added: ") + row.name + ".");
+    if (table.version() == version) {
+        console.report();
+        return true;
+    }
+    return store(console, table, std::string(edited != 0 ? "Changed: " : "Added: ") + row.name);
 }
 
 // ---- Printing ----
@@ -206,11 +236,12 @@ void print_protocol(const Console &console, const Forward &row) {
 }
 
 // The form of one row: a new one, or the one that is edited.
-void print_row_form(Console &console, const Forwards &table) {
+void print_row_form(Console &console, const Forwards &table, bool stays_open) {
     // After a refusal the same row stays open; after a save a new one can be added.
-    const bool refused = console.is_form("row") && !console.accepted();
-    const char *asked = console.value(refused ? "row" : "edit");
-    const Forward *edited = table.find(str_to_uint(asked));
+    const char *asked = console.value(stays_open ? "row" : "edit");
+    unsigned number = 0;
+    const bool is_number = asked != nullptr && parse_number(asked, &number);
+    const Forward *edited = is_number ? table.find(number) : nullptr;
     const Forward row = edited != nullptr ? *edited : Forward{};
     console.open_form("row", edited != nullptr ? "Edit a port forward" : "Add a port forward");
     print_version(table);
@@ -231,7 +262,7 @@ void print_row_form(Console &console, const Forwards &table) {
                      " inputmode=\"numeric\"%s", attributes);
     });
     print_str("</div>\n");
-    console.check_field(kOn, edited == nullptr || row.on);
+    console.check_field(kOn, checkbox_flags(edited == nullptr || row.on ? 1 : 0, 0));
     console.close_form(edited != nullptr ? "Save" : "Add");
 }
 
@@ -242,12 +273,11 @@ int main() {
     Forwards table(console.path("forwards.db"));
     if (console.is_form("list"))
         change_list(console, table);
-    if (console.is_form("row"))
-        save_row(console, table);
+    const bool is_saved = console.is_form("row") && save_row(console, table);
     console.open_page();
     print_list(console, table);
     if (console.may_post())
-        print_row_form(console, table);
+        print_row_form(console, table, console.is_form("row") && !is_saved);
     console.close_page();
     return 0;
 }

@@ -12,10 +12,10 @@ struct Forward {
     char name[33];
     char protocol[5];
     bool on;
-    unsigned low;       // first port outside
-    unsigned high;      // last one
-    uint32_t address;   // inside, in network byte order
-    unsigned target;    // port there
+    unsigned low;      // first port outside
+    unsigned high;     // last one
+    uint32_t address;  // inside, in network byte order
+    unsigned target;   // port there
 
     [[nodiscard]] const Forward *next() const { return reinterpret_cast<Forward *>(links.next); }
     [[nodiscard]] std::string ports() const;
@@ -31,6 +31,8 @@ class Forwards {
     Forwards &operator=(const Forwards &) = delete;
     ~Forwards() { xtable_cleanup(&table_); }
 
+    /// False when the file cannot be read: writing would then lose what is in it.
+    [[nodiscard]] bool is_read() const { return is_read_; }
     [[nodiscard]] const Forward *first() const { return reinterpret_cast<Forward *>(table_.first); }
     [[nodiscard]] unsigned count() const;
     [[nodiscard]] Forward *find(unsigned number) const;
@@ -38,6 +40,9 @@ class Forwards {
     [[nodiscard]] const Forward *overlapping(const Forward &row, unsigned except) const;
     /// Names the state of the table: another one has another name.
     [[nodiscard]] std::string version() const;
+
+    /// Reads the file again.
+    void read();
 
     Forward *add();
     bool move_up(unsigned number) { return xtable_move_up_row(&table_, number) != 0; }
@@ -53,6 +58,7 @@ class Forwards {
     [[nodiscard]] std::string text() const;
 
     std::string path_;
+    bool is_read_ = false;
     xtable table_{};
 };
 

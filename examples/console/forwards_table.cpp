@@ -1,11 +1,11 @@
-#include <fcntl.h>
+#include "forwards.h"
+
 #include <strings.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
 
-#include "forwards.h"
+#include "frame/file.h"
 
 namespace {
 
@@ -51,8 +51,13 @@ void Forward::assign(const Forward &other) {
 }
 
 Forwards::Forwards(std::string path) : path_(std::move(path)) {
+    read();
+}
+
+void Forwards::read() {
+    xtable_cleanup(&table_);
     db_record *records = nullptr;
-    read_db_file(path_.c_str(), kColumns, &records);
+    is_read_ = read_db_file(path_.c_str(), kColumns, &records) == 0;
     for (const db_record *record = records; record != nullptr; record = record->next)
         add_record(*record);
     free_db(records);
@@ -117,14 +122,5 @@ std::string Forwards::version() const {
 }
 
 bool Forwards::write() const {
-    const std::string all = text();
-    const std::string temporary = path_ + ".new-" + std::to_string(::getpid());
-    const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    const int size = static_cast<int>(all.size());
-    const bool written = fd >= 0 && full_write_fd(fd, all.c_str(), size) == size;
-    const bool closed = fd >= 0 && ::close(fd) == 0;
-    if (written && closed && ::rename(temporary.c_str(), path_.c_str()) == 0)
-        return true;
-    remove_filef("%s", temporary.c_str());
-    return false;
+    return replace_file(path_, text());
 }

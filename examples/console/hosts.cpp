@@ -7,9 +7,9 @@
 
 namespace {
 
-constexpr Field kText = {"text", "Names and addresses",
-                         "One device a line: its IPv4 address, a blank, its names. \"#\" begins a comment."};
-constexpr unsigned kMaxChars = 8000;
+constexpr Field kText = {
+    "text", "Names and addresses",
+    "One device a line: its IPv4 address, a blank, its names. \"#\" begins a comment."};
 constexpr const char *kFile = "hosts";
 
 // Why a line cannot stand in the file; empty when it can.
@@ -32,15 +32,34 @@ std::string fault(const std::string &line) {
     return "";
 }
 
+// Whether every character can be stored and exported: no control characters but TAB and LF, no emoji,
+// and each in its shortest form.
+bool is_storable(const std::string &text) {
+    for (const char *cursor = text.c_str(); *cursor != '\0';) {
+        const char *begin = cursor;
+        const unsigned ch = utf8_to_ucs2(&cursor, 0xFFFFFFFF);
+        char again[4];
+        const char *end = ucs2_to_utf8(again, sizeof again, ch);
+        const bool is_control = (ch < 0x20 && ch != '\t' && ch != '\n') || ch == 0x7F;
+        const bool is_no_character = (ch >= 0xD800 && ch <= 0xDFFF) || ch >= 0xFFFE;
+        if (is_control || is_no_character ||
+            std::string_view(begin, static_cast<size_t>(cursor - begin)) !=
+                std::string_view(again, static_cast<size_t>(end - again)))
+            return false;
+    }
+    return true;
+}
+
 // Refuses a text that would not be stored as it was typed, or that holds a faulty line.
 void check(Console &console, const std::string &text) {
-    unsigned bytes = 0;
-    utf8_length(text.c_str(), 0xFFFFFFFF, &bytes);
-    const unsigned length = utf8_length(text.c_str(), kMaxChars + 1, nullptr);
-    if (bytes != text.size() || text.find_first_of("\x01\x1B\x7F") != std::string::npos)
-        return console.refuse(kText, "The text holds a character that cannot be stored.");
-    if (length > kMaxChars)
-        return console.refuse(kText, "The text is longer than " + std::to_string(kMaxChars) + " characters, or holds one that cannot be stored, an emoji for example.");
+    if (!is_storable(text))
+        return console.refuse(kText,
+                              "The text holds a character that cannot be stored, such as "
+                              "an emoji.");
+    const unsigned length = utf8_length(text.c_str(), 0xFFFFFFFF, nullptr);
+    if (length > kMaxHosts)
+        return console.refuse(kText, "Use at most " + std::to_string(kMaxHosts) +
+                                         " characters; these are " + std::to_string(length) + ".");
     size_t begin = 0;
     for (unsigned number = 1; begin < text.size(); ++number) {
         const size_t end = std::min(text.find('\n', begin), text.size());
@@ -60,18 +79,20 @@ void save(Console &console) {
     check(console, text);
     if (console.accepted())
         console.wrote(kText.label, update_textarea_file(console.path("files").c_str(), kFile,
-                                                        text.c_str(), kMaxChars));
+                                                        text.c_str(), kMaxHosts));
     console.report();
 }
 
 void print_form(Console &console) {
     char *stored = nullptr;
-    get_textarea_file(&stored, console.path("files").c_str(), kFile, kMaxChars);
+    get_textarea_file(&stored, console.path("files").c_str(), kFile, kMaxHosts);
     console.open_form("hosts", "Names of this network");
     const char *typed = console.typed_text(kText.name);
+    // Browsers drop a line feed directly behind the tag: this one, and none of the text.
     console.field(kText, [&](const char *attributes) {
-        // A line feed behind the tag is not part of the text: browsers drop the first one.
-        gen_textarea(typed != nullptr ? typed : stored, 0, " rows=\"14\" spellcheck=\"false\"%s", attributes);
+        std::printf("<textarea rows=\"14\" spellcheck=\"false\"%s>\n", attributes);
+        print_str(html_text(typed != nullptr ? typed : stored != nullptr ? stored : "").c_str());
+        print_str("</textarea>");
     });
     console.close_form("Save");
     std::free(stored);

@@ -4,8 +4,13 @@
 #include "frame/accounts.h"
 
 int main(int argc, char **argv) {
-    if (argc == 2 && write_htpasswd(argv[1]))
-        return 0;
-    std::fprintf(stderr, "Usage: console-htpasswd STATE_DIRECTORY\n");
-    return 1;
+    if (argc != 2) {
+        std::fprintf(stderr, "Usage: console-htpasswd STATE_DIRECTORY\n");
+        return 1;
+    }
+    if (!write_htpasswd(argv[1])) {
+        std::fprintf(stderr, "console-htpasswd: cannot make %s/htpasswd\n", argv[1]);
+        return 1;
+    }
+    return 0;
 }

@@ -7,7 +7,8 @@
 namespace {
 
 constexpr Field kMode = {"mode", "Connection"};
-constexpr Field kProvider = {"provider", "Provider", "The user name is completed for this provider."};
+constexpr Field kProvider = {"provider", "Provider",
+                             "The user name is completed for this provider."};
 constexpr Field kUser = {"ppp_user", "User name"};
 constexpr Field kPassword = {"ppp_password", "Password",
                              "To change it, replace all bullets; untouched, it stays."};
@@ -20,12 +21,13 @@ constexpr unsigned kUserChars = 64;
 constexpr unsigned kPasswordChars = 64;
 constexpr unsigned kItemBytes = 64;
 constexpr unsigned kDatabaseFields = 3;  // key, name, what a user name ends in
-constexpr const char *kBullet = "\u2022";
+constexpr unsigned kBullet = 0x2022;
 
 int modes(unsigned index, int /*arg*/, selectbox_text *pair) {
-    static constexpr selectbox_text kModes[] = {
-        {"pppoe", "PPPoE (DSL)"}, {"dhcp", "DHCP (cable, fibre)"}, {"static", "Fixed address"},
-        {"off", "Off"}};
+    static constexpr selectbox_text kModes[] = {{"pppoe", "PPPoE (DSL)"},
+                                                {"dhcp", "DHCP (cable, fibre)"},
+                                                {"static", "Fixed address"},
+                                                {"off", "Off"}};
     if (index >= std::size(kModes))
         return -1;
     *pair = kModes[index];
@@ -48,37 +50,46 @@ class Providers {
     // What user names of the chosen provider end in; empty for any.
     [[nodiscard]] std::string suffix(const char *key) const {
         const db_record *record = search_db(list_, 0, key);
-        return record != nullptr && record->count > 2 ? record->fields[2] : "";
+        const char *ending = record != nullptr && record->count > 2 ? record->fields[2] : nullptr;
+        return ending != nullptr ? ending : "";
     }
 
   private:
     db_record *list_ = nullptr;
 };
 
-// A password that holds a character which cannot be stored, or bullets and other characters, would
-// not be written: the person must know.
+// A password that holds a character which cannot be stored, or bullets besides others, would not be
+// written: the person must know.
 void check_password(Console &console) {
-    const std::string typed = console.has(kPassword.name) ? console.value(kPassword.name) : "";
-    const bool is_untouched = typed.find_first_not_of(kBullet) == std::string::npos;
-    if (is_untouched && console.has(kPassword.name))
-        return;
-    if (typed.find(kBullet) != std::string::npos)
+    const char *typed = console.value(kPassword.name);
+    if (typed == nullptr)
+        return console.refuse(kPassword, "This field did not arrive. Open the page again.");
+    unsigned bullets = 0;
+    unsigned others = 0;
+    for (const char *cursor = typed; *cursor != '\0';)
+        ++(utf8_to_ucs2(&cursor, 0xFFFFFFFF) == kBullet ? bullets : others);
+    char kept[kPasswordChars + 1];
+    scan_textbox(typed, kPasswordChars, 0, kept, kPasswordChars, textbox_filter_ppp_password);
+    if (bullets > 0 && others > 0)
         console.refuse(kPassword, "Replace all bullets, or leave all of them.");
-    else
-        check_text(console, kPassword, 0, kPasswordChars, textbox_filter_ppp_password,
-                   "ASCII letters, digits and marks, but no blanks or quotation marks, and no * or "
-                   "? in front,");
+    else if (others > kPasswordChars)
+        console.refuse(kPassword, "Use at most " + std::to_string(kPasswordChars) + " characters.");
+    else if (others > 0 && std::strcmp(typed, kept) != 0)
+        console.refuse(kPassword,
+                       "Use ASCII letters, digits and marks, but no blanks or quotation "
+                       "marks, and no * or ? in front.");
 }
 
 void save(Console &console, const Providers &providers) {
     const std::string items = console.items("internet");
     const char *dir = items.c_str();
     const char *mode = check_option(console, kMode, modes);
-    const std::string provider = check_text(console, kProvider, 1, kItemBytes, nullptr, "characters");
+    const std::string provider = posted_text(console, kProvider);
     if (!providers.has(provider.c_str()))
         console.refuse(kProvider, "Choose one of the providers.");
-    std::string user = check_text(console, kUser, 0, kUserChars, textbox_filter_ppp_username,
-                                  "ASCII letters, digits and marks, but no blanks or quotation marks,");
+    std::string user =
+        check_text(console, kUser, 0, kUserChars, textbox_filter_ppp_username,
+                   "ASCII letters, digits and marks, but no blanks or quotation marks,");
     if (!user.empty() && user.find('@') == std::string::npos)
         user += providers.suffix(provider.c_str());
     if (user.size() > kUserChars && console.accepted())
@@ -91,7 +102,8 @@ void save(Console &console, const Providers &providers) {
     const unsigned vlan = check_number(console, kVlan, 0, 4094);
     if (console.accepted()) {
         console.wrote(kMode.label, update_textbox(dir, kMode.name, mode, kItemBytes));
-        console.wrote(kProvider.label, update_textbox(dir, kProvider.name, provider.c_str(), kItemBytes));
+        console.wrote(kProvider.label,
+                      update_textbox(dir, kProvider.name, provider.c_str(), kItemBytes));
         console.wrote(kUser.label, update_textbox(dir, kUser.name, user.c_str(), kUserChars));
         console.wrote(kPassword.label,
                       update_password_item(dir, kPassword.name, console.value(kPassword.name),
@@ -135,8 +147,8 @@ void print_form(Console &console, const Providers &providers) {
     });
     // What was typed into a password box is never sent back.
     console.field(kPassword, [&](const char *attributes) {
-        gen_xtextbox_item(dir, kPassword.name, kPasswordChars, PRINT_PASSWORD | PRINT_AUTOCOMPLETE_OFF,
-                          "%s", attributes);
+        gen_xtextbox_item(dir, kPassword.name, kPasswordChars,
+                          PRINT_PASSWORD | PRINT_AUTOCOMPLETE_OFF, "%s", attributes);
     });
     console.next_section("Names and packets");
     for (const Field &field : {kDns1, kDns2}) {

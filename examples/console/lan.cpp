@@ -2,6 +2,8 @@
 // routes and the Ethernet ports are forms of their own.
 #include "lan.h"
 
+#include <arpa/inet.h>
+
 #include "frame/check.h"
 #include "pages.h"
 
@@ -39,29 +41,46 @@ int is_host_char(unsigned pos, unsigned ch) {
 
 Range check_range(Console &console) {
     Range range;
-    const std::string text = check_text(console, kRange, 1, 7, nullptr, "numbers");
+    const std::string text = posted_text(console, kRange);
     scan_range(text.c_str(), &range.low, &range.high, 0, 0xFFFF, 0);
     const std::string normal = std::to_string(range.low) + "-" + std::to_string(range.high);
-    if (console.has(kRange.name) && (text != normal || range.low < 1 || range.high > 254))
+    if (text != normal || range.low < 1 || range.high > 254)
         console.refuse(kRange, "Enter two numbers from 1 to 254, the smaller one first: 100-199.");
     return range;
 }
 
-// The router cannot have the first or the last address of its network: those have a meaning.
+// Neither the first or last address of its network nor one of a special range is a router's.
 void check_is_host(Console &console, const Network &network) {
+    const uint32_t first_byte = ntohl(network.address) >> 24;
     uint32_t usable = network.address;
     valid_ipv4_addr(&usable, network.address, network.netmask);
-    if (console.accepted() && usable != network.address)
+    if (!console.accepted())
+        return;
+    if (first_byte == 0 || first_byte == 127 || first_byte > 223)
+        console.refuse(kAddress, "This address has a special meaning: no device can have it.");
+    else if (usable != network.address)
         console.refuse(kAddress, "With this netmask, no device can have this address.");
+}
+
+// In a network of less than 256 addresses, not every last number exists.
+void check_is_inside(Console &console, const Network &network) {
+    const uint32_t lowest = ntohl(network.address & network.netmask);
+    const uint32_t highest = lowest | ~ntohl(network.netmask);
+    if (!console.accepted() || highest - lowest > 255)
+        return;
+    if (network.range.low <= (lowest & 255) || network.range.high >= (highest & 255))
+        console.refuse(kRange, "With this netmask, the numbers go from " +
+                                   std::to_string((lowest & 255) + 1) + " to " +
+                                   std::to_string((highest & 255) - 1) + ".");
 }
 
 void write(Console &console, const Network &network) {
     const std::string items = console.items("lan");
     const char *dir = items.c_str();
-    console.wrote(kDeviceName.label, update_textbox(dir, kDeviceName.name,
-                                                    network.device_name.c_str(), kNameChars));
-    console.wrote(kDomainName.label, update_textbox(dir, kDomainName.name,
-                                                    network.domain_name.c_str(), kDomainChars));
+    console.wrote(kDeviceName.label,
+                  update_textbox(dir, kDeviceName.name, network.device_name.c_str(), kNameChars));
+    console.wrote(kDomainName.label,
+                  update_textbox(dir, kDomainName.name, network.domain_name.c_str(), kDomainChars));
     console.wrote(kAddress.label, update_ipv4box_item(dir, kAddress.name, &network.address));
     console.wrote(kNetmask.label, update_ipv4box_item(dir, kNetmask.name, &network.netmask));
     const unsigned dhcp = checkbox_flags(console.has(kDhcp.name) ? 1 : 0, 0);
@@ -83,6 +102,7 @@ void save_network(Console &console) {
     network.netmask = check_netmask(console, kNetmask);
     check_is_host(console, network);
     network.range = check_range(console);
+    check_is_inside(console, network);
     network.lease = check_number(console, kLease, 1, kMaxLease);
     if (console.accepted())
         write(console, network);
@@ -109,7 +129,7 @@ void print_network(Console &console) {
     print_address(kAddress);
     print_address(kNetmask);
     console.next_section("Addresses for other devices (DHCP)");
-    console.check_field(kDhcp, rd_checkbox_item(dir, kDhcp.name, 0) == PRINT_CHECKED);
+    console.check_field(kDhcp, rd_checkbox_item(dir, kDhcp.name, 0));
     console.text_field(kRange, 7, [&](const char *attributes) {
         Range range;
         read_item_uint(dir, "dhcp_low", &range.low);

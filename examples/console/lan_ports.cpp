@@ -6,8 +6,8 @@
 
 namespace {
 
-constexpr Field kPorts[] = {{"port1", "Port 1"}, {"port2", "Port 2"}, {"port3", "Port 3"},
-                            {"port4", "Port 4"}};
+constexpr Field kPorts[] = {
+    {"port1", "Port 1"}, {"port2", "Port 2"}, {"port3", "Port 3"}, {"port4", "Port 4"}};
 constexpr Field kCloned = {"cloned_mac", "Hardware address that the provider sees",
                            "Empty: the device's own."};
 
@@ -27,8 +27,9 @@ void switch_port(Console &console, const std::string &interface, uint32_t phy) {
     const Field &field = kPorts[phy];
     const bool on = console.has(field.name);
     const std::string items = console.items("lan");
-    const int down = set_link_pwrdown(interface.c_str(), phy, on ? 0 : 1);
-    if (down != (on ? 0 : 1))
+    const bool is_known = stat_item(items.c_str(), field.name) == 0;
+    const int wanted = on ? 0 : 1;
+    if (!is_known || set_link_pwrdown(interface.c_str(), phy, wanted) != wanted)
         console.wrote(field.label, -1);
     else
         console.wrote(field.label,
@@ -64,7 +65,7 @@ void print_ports(Console &console) {
     for (uint32_t phy = 0; phy < std::size(kPorts); ++phy) {
         const unsigned flags = rd_checkbox_item(items.c_str(), kPorts[phy].name, 0);
         console.check_field({kPorts[phy].name, kPorts[phy].label, link_text(interface, phy)},
-                            flags == PRINT_CHECKED);
+                            flags);
     }
     print_str("</div>\n");
     console.next_section("Hardware addresses");

@@ -24,7 +24,7 @@ struct Route {
 Route check_route(Console &console, const RouteFields &fields) {
     const Route route = {check_cidr(console, fields.network, true),
                          check_ipv4(console, fields.gateway, true)};
-    const bool has_network = route.network.addr != 0 || route.network.prefix != 0;
+    const bool has_network = route.network.addr != 0;
     if (console.accepted() && has_network != (route.gateway != 0))
         console.refuse(has_network ? fields.gateway : fields.network,
                        "A route needs both a network and the gateway that leads there.");

@@ -2,7 +2,6 @@
 #include "maintenance.h"
 
 #include <csignal>
-#include <cstdlib>
 
 #include "frame/upload.h"
 #include "pages.h"
@@ -22,16 +21,18 @@ std::string hexadecimal(unsigned number) {
 
 void store_image(Console &console, Upload &upload) {
     const std::string items = console.items("firmware");
+    const std::string crc = hexadecimal(upload.crc());
     if (upload.outcome() != Upload::kWhole)
         return console.refuse(kImage, upload.reason());
     if (upload.size() == 0)
         return console.refuse(kImage, "The file is empty.");
     if (!upload.keep(console.path(kFirmware)))
         return console.refuse(kImage, "The file could not be stored: the device may be full.");
-    update_item_uint(items.c_str(), "size", upload.size());
-    update_item(items.c_str(), "crc", hexadecimal(upload.crc()).c_str(), 8);
+    if (update_item_uint(items.c_str(), "size", upload.size()) < 0 ||
+        update_item(items.c_str(), "crc", crc.c_str(), 8) < 0)
+        return console.say("bad", "The image was stored, but not its size and CRC: send it again.");
     console.say("good", "Stored: a firmware image of " + std::to_string(upload.size()) +
-                            " bytes, CRC-32 " + hexadecimal(upload.crc()) + ".");
+                            " bytes, CRC-32 " + crc + ".");
     console.log("stored a firmware image");
 }
 
@@ -48,8 +49,7 @@ void print_firmware(Console &console) {
         print_str("No image is stored.");
     }
     print_str("</p>\n");
-    console.field(kImage,
-                  [](const char *attributes) { gen_upload(0, " required%s", attributes); });
+    console.field(kImage, [](const char *attributes) { gen_upload(0, " required%s", attributes); });
     console.close_form("Upload");
 }
 
@@ -69,8 +69,7 @@ void restart_service(Console &console) {
 
 void print_service(Console &console) {
     console.open_form("service", "Name service");
-    html_printf(1, "<p>It %s.</p>\n",
-                signal_service(console, 0) == 0 ? "runs" : "does not run");
+    html_printf(1, "<p>It %s.</p>\n", signal_service(console, 0) == 0 ? "runs" : "does not run");
     console.close_form("Restart");
 }
 
@@ -89,7 +88,7 @@ void print_log() {
         "<section class=\"card\" id=\"log\">\n<h2>Log</h2>\n"
         "<section class=\"log\" tabindex=\"0\" aria-label=\"The last lines\">\n<pre>");
     shell_lines lines{};
-    shell_run(&lines, "tail -n 40 \"$QMV_STATE/log\" 2>/dev/null");
+    shell_run(&lines, "cd \"$QMV_STATE\" && cat log.old log 2>/dev/null | tail -n 40");
     if (lines.count == 0)
         print_str("Nothing happened yet.\n");
     shell_print(&lines, 0);
@@ -99,11 +98,12 @@ void print_log() {
 }  // namespace
 
 int main() {
-    const char *state = std::getenv("QMV_STATE");
-    Upload upload(std::string(state != nullptr ? state : "") + "/uploads", kMaxFirmware);
+    Upload upload(kMaxFirmware);
     Console console(kMaintenance, &upload);
     if (console.is_form("firmware"))
         store_image(console, upload);
+    if (!console.accepted())
+        console.report();
     if (console.is_form("service"))
         restart_service(console);
     if (console.is_form("alert"))

@@ -5,14 +5,16 @@
 
 namespace {
 
-constexpr Field kNumber = {"alert_number", "Telephone number", "Such as +49 30 1234567. Empty: no alert."};
+constexpr Field kNumber = {"alert_number", "Telephone number",
+                           "Such as +49 30 1234567. Empty: no alert."};
 constexpr Field kText = {"alert_text", "Text message", "Sent when the line is lost."};
 
 constexpr unsigned kNumberChars = 24;
 
 int is_number_char(unsigned pos, unsigned ch) {
-    return textbox_filter_digit(pos, ch) != 0 || (pos == 0 && ch == '+') ||
-           (pos > 0 && ch == ' ') ? 1 : 0;
+    return textbox_filter_digit(pos, ch) != 0 || (pos == 0 && ch == '+') || (pos > 0 && ch == ' ')
+               ? 1
+               : 0;
 }
 
 std::string count_text(const MessageLength &length) {
@@ -33,14 +35,15 @@ void save_alert(Console &console) {
     const std::string items = console.items("maintenance");
     const std::string number = check_text(console, kNumber, 0, kNumberChars, is_number_char,
                                           "digits, blanks and, in front, +");
-    const std::string text =
-        check_text(console, kText, number.empty() ? 0 : 1, kMaxSeptets, nullptr, "characters of one line");
+    const std::string text = check_text(console, kText, number.empty() ? 0 : 1, kMaxSeptets,
+                                        nullptr, "characters of text messages");
     if (console.accepted())
         check_message(console, text);
     if (console.accepted()) {
         console.wrote(kNumber.label,
                       update_textbox(items.c_str(), kNumber.name, number.c_str(), kNumberChars));
-        console.wrote(kText.label, update_textbox(items.c_str(), kText.name, text.c_str(), kMaxSeptets));
+        console.wrote(kText.label,
+                      update_textbox(items.c_str(), kText.name, text.c_str(), kMaxSeptets));
     }
     console.report();
 }

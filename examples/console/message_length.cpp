@@ -9,7 +9,7 @@ MessageLength message_length(const char *utf8) {
         const int septets = ch != 0 ? check_ucs2_to_gsm(ch) : 0;
         length.septets += static_cast<unsigned>(septets);
         if (septets == 0 && length.foreign.empty())
-            length.foreign = ch != 0 ? std::string(begin, cursor) : "?";
+            length.foreign = ch != 0 ? std::string(begin, cursor) : "\uFFFD";
     }
     return length;
 }

@@ -1,5 +1,7 @@
 // The overview: what the device is, and how it is doing. Its script reads the figures again every
 // few seconds; without it there is a link.
+#include <algorithm>
+
 #include "pages.h"
 #include "status.h"
 
@@ -12,8 +14,8 @@ constexpr devinfo_row kVariants[] = {
 
 enum Feature { kDsl = 1, kVpn = 2, kWifi = 4, kTelephone = 8, kUsb = 16 };
 
-constexpr infoflag_row kFeaturePlaces[] = {
-    {kDsl, 1}, {kVpn, 2}, {kWifi, 3}, {kTelephone, 4}, {kUsb, 5}, {0, 0}};
+constexpr infoflag_row kFeaturePlaces[] = {{kDsl, 1},       {kVpn, 2}, {kWifi, 3},
+                                           {kTelephone, 4}, {kUsb, 5}, {0, 0}};
 
 struct FeatureName {
     Feature feature;
@@ -28,19 +30,24 @@ struct BootVariable {
     const char *label;
 };
 
-constexpr BootVariable kBootVariables[] = {
-    {"board", "Board"}, {"serial#", "Serial number"}, {"ethaddr", "Hardware address"},
-    {"ver", "Boot loader"}, {"flashsize", "Flash"}};
+constexpr BootVariable kBootVariables[] = {{"board", "Board"},
+                                           {"serial#", "Serial number"},
+                                           {"ethaddr", "Hardware address"},
+                                           {"ver", "Boot loader"},
+                                           {"flashsize", "Flash"}};
 
 struct Row {
     const char *key;
     const char *label;
-    const char *unit;
 };
 
-constexpr Row kLine[] = {{"dsl_state", "State", ""},      {"dsl_mode", "Mode", ""},
-                         {"dsl_power", "Power", ""},      {"dsl_trellis", "Trellis coding", ""},
-                         {"dsl_path", "Path", ""}};
+constexpr Row kLine[] = {{"dsl_state", "State"},
+                         {"dsl_mode", "Mode"},
+                         {"dsl_power", "Power"},
+                         {"dsl_trellis", "Trellis coding"},
+                         {"dsl_path", "Path"},
+                         {"down_delay", "Delay in ms, download"},
+                         {"up_delay", "Delay in ms, upload"}};
 
 struct Gauge {
     const char *key;
@@ -75,12 +82,15 @@ void open_card(const char *heading, const char *attributes = "") {
 
 void print_device(const Console &console, const Figures &figures) {
     const std::string info = console.item("device", "info");
+    // A variant that is not in the table gets the row of another one.
     const devinfo_row *variant = get_devinfo(kVariants, info.c_str());
+    const bool is_known = !info.empty() && variant->key == info[0];
     const int features = get_infoflags(kDsl | kVpn | kWifi | kTelephone | kUsb, kFeaturePlaces,
                                        info.c_str(), nullptr);
     open_card("Device");
     print_str("<dl class=\"facts\">\n");
-    html_printf(1, "<dt>Model</dt><dd>%s</dd>\n", reinterpret_cast<const char *>(variant->data));
+    html_printf(1, "<dt>Model</dt><dd>%s</dd>\n",
+                is_known ? reinterpret_cast<const char *>(variant->data) : "unknown");
     print_fact("Running", "uptime", figure(figures, "uptime"));
     print_fact("Load", "load", figure(figures, "load"));
     print_str("</dl>\n<ul class=\"features\">\n");
@@ -109,16 +119,18 @@ void print_boot_loader(const Console &console) {
 
 void print_gauge(const Figures &figures, const Gauge &gauge) {
     const std::string value = figure(figures, gauge.key);
-    const std::string most = gauge.most_key != nullptr ? figure(figures, gauge.most_key)
-                                                       : std::to_string(gauge.most);
+    const std::string most =
+        gauge.most_key != nullptr ? figure(figures, gauge.most_key) : std::to_string(gauge.most);
     const unsigned end = str_to_uint(most.c_str());
-    html_printf(1, "<div class=\"gauge\"><span id=\"%s-label\">%s</span>\n", gauge.key, gauge.label);
-    html_printf(1, "<output><span data-figure=\"%s\">%s</span> %s</output>\n", gauge.key,
-                value.empty() ? "?" : value.c_str(), gauge.unit);
-    std::printf("<meter aria-labelledby=\"%s-label\" data-figure=\"%s\" data-most=\"%s\" min=\"0\" "
-                "max=\"%u\" value=\"%d\"></meter></div>\n",
-                gauge.key, gauge.key, gauge.most_key != nullptr ? gauge.most_key : "",
-                end > 0 ? end : 1, str_to_sint(value.c_str()));
+    html_printf(1, "<div class=\"gauge\"><span id=\"%s-label\">%s</span>\n", gauge.key,
+                gauge.label);
+    html_printf(1, "<span class=\"value\"><span data-figure=\"%s\">%s</span> %s</span>\n",
+                gauge.key, value.empty() ? "unknown" : value.c_str(), gauge.unit);
+    std::printf(
+        "<meter aria-labelledby=\"%s-label\" data-figure=\"%s\" data-most=\"%s\" min=\"0\" "
+        "max=\"%u\" value=\"%d\"></meter></div>\n",
+        gauge.key, gauge.key, gauge.most_key != nullptr ? gauge.most_key : "", end > 0 ? end : 1,
+        std::max(str_to_sint(value.c_str()), 0));
 }
 
 void print_line(const Figures &figures) {
@@ -153,8 +165,9 @@ void warn_of_default_password(Console &console) {
     passwd_rec record{};
     const std::string items = console.items("accounts");
     if (console.is_administrator() && rd_passwd(items.c_str(), "admin", &record, 0) == CRYPT_PLAIN)
-        console.say("bad", "The administrator still has the password that the device came with. "
-                           "Change it on the Account page.");
+        console.say("bad",
+                    "The administrator still has the password that the device came with. "
+                    "Change it on the Account page.");
 }
 
 }  // namespace

@@ -4,9 +4,9 @@
 
 #include "frame/console.h"
 
+constexpr unsigned kMaxHosts = 8000;  // characters
 constexpr unsigned kMaxCertificate = 64 * 1024;
 constexpr unsigned kMaxFirmware = 32 * 1024 * 1024;
-constexpr unsigned kFormBytes = 8 * 1024;  // of a multipart form, besides the file
 
 constexpr Page kOverview = {.name = "overview", .title = "Overview", .scripts = {"overview.js"}};
 constexpr Page kLan = {.name = "lan", .title = "LAN", .may_post = kAdministrator};
@@ -16,7 +16,7 @@ constexpr Page kCertificates = {.name = "certificates",
                                 .title = "Certificates",
                                 .may_post = kAdministrator,
                                 .scripts = {"upload.js"},
-                                .max_body = kMaxCertificate + kFormBytes};
+                                .max_bytes = kMaxCertificate};
 constexpr Page kSchedules = {.name = "schedules", .title = "Schedules", .may_post = kAdministrator};
 constexpr Page kForwards = {
     .name = "forwards", .title = "Port forwards", .may_post = kAdministrator};
@@ -26,10 +26,9 @@ constexpr Page kMaintenance = {.name = "maintenance",
                                .title = "Maintenance",
                                .may_post = kAdministrator,
                                .scripts = {"upload.js", "message.js"},
-                               .max_body = kMaxFirmware + kFormBytes};
+                               .max_bytes = kMaxFirmware};
 
-constexpr const Page *kPages[] = {&kOverview,     &kLan,       &kInternet, &kVpn,
-                                  &kCertificates, &kSchedules, &kForwards, &kHosts,
-                                  &kAccount,      &kMaintenance};
+constexpr const Page *kPages[] = {&kOverview,  &kLan,      &kInternet, &kVpn,     &kCertificates,
+                                  &kSchedules, &kForwards, &kHosts,    &kAccount, &kMaintenance};
 
 #endif

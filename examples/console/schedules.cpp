@@ -11,25 +11,43 @@ constexpr unsigned kAllDays = 0x7F;
 constexpr int kTimeChars = 5;
 
 // The names that cron lines and items use, and the days as the page shows them.
-constexpr const char *kDayList = "1Mon\0" "2Tue\0" "3Wed\0" "4Thu\0" "5Fri\0" "6Sat\0" "0Sun\0";
+constexpr const char *kDayList =
+    "1Mon\0"
+    "2Tue\0"
+    "3Wed\0"
+    "4Thu\0"
+    "5Fri\0"
+    "6Sat\0"
+    "0Sun\0";
 
 struct Schedule {
-    const char *name;   // of its form, and the beginning of its items and fields
+    const char *name;  // of its form, and the beginning of its items and fields
     const char *label;
     Field on, from, to, days;
 };
 
 constexpr Schedule kTable[] = {
-    {"wifi", "Wi-Fi", {"wifi_on", "Switch Wi-Fi by the clock"},
-     {"wifi_from", "On from", "Such as 7:30."}, {"wifi_to", "Off at"}, {"wifi_days", "On these days"}},
-    {"guests", "Guest network", {"guests_on", "Switch the guest network by the clock"},
-     {"guests_from", "On from", "Such as 7:30."}, {"guests_to", "Off at"},
+    {"wifi",
+     "Wi-Fi",
+     {"wifi_on", "Switch Wi-Fi by the clock"},
+     {"wifi_from", "On from", "Such as 7:30."},
+     {"wifi_to", "Off at"},
+     {"wifi_days", "On these days"}},
+    {"guests",
+     "Guest network",
+     {"guests_on", "Switch the guest network by the clock"},
+     {"guests_from", "On from", "Such as 7:30."},
+     {"guests_to", "Off at"},
      {"guests_days", "On these days"}},
 };
 
 struct Time {
     unsigned hour = 0;
     unsigned minute = 0;
+
+    bool operator<(const Time &other) const {
+        return hour != other.hour ? hour < other.hour : minute < other.minute;
+    }
 
     [[nodiscard]] std::string text() const {
         char buf[16];
@@ -52,11 +70,11 @@ std::string day_field(const Schedule &schedule, const dow_entry &day) {
 // ---- Saving ----
 
 Time check_time(Console &console, const Field &field) {
-    const std::string text = check_text(console, field, 1, kTimeChars, nullptr, "digits and a colon");
+    const std::string text = posted_text(console, field);
     Time time;
     const int read = scan_time(text.c_str(), &time.hour, &time.minute);
     const std::string plain = time.text();
-    if (console.has(field.name) && (read != 2 || (text != plain && text != "0" + plain)))
+    if (read != 2 || (text != plain && text != "0" + plain))
         console.refuse(field, "Enter a time from 0:00 to 23:59, hours and minutes.");
     return time;
 }
@@ -127,32 +145,36 @@ void print_days(const Console &console, const Schedule &schedule) {
     });
 }
 
-void print_cron_line(const Time &time, const char *weekdays, const char *command) {
-    html_printf(1, "%u %u * * %s %s\n", time.minute, time.hour, weekdays, command);
+void print_cron_line(const Time &time, unsigned mask, const char *schedule, const char *what) {
+    char buf[16];
+    html_printf(1, "%u %u * * %s %s %s\n", time.minute, time.hour,
+                cron_weekdays(buf, sizeof buf, mask), schedule, what);
 }
 
-// The lines that the device's cron gets, as they are stored now.
+unsigned next_days(unsigned mask) {
+    return (mask << 1 | mask >> (kDays - 1)) & kAllDays;
+}
+
+// The lines that the device's cron gets, as they are stored now. A time of switching off that is
+// earlier than that of switching on is one of the next day.
 void print_cron(const Console &console, const Schedule &schedule) {
-    char buf[16];
+    const Time from = stored_time(console, schedule.from);
+    const Time to = stored_time(console, schedule.to);
     const unsigned mask = stored_days(console, schedule);
-    const char *weekdays = cron_weekdays(buf, sizeof buf, mask);
     if (mask == 0 || console.item("schedules", schedule.on.name) != "1") {
         print_str("<p class=\"hint\">Switched off: cron gets no lines.</p>\n");
         return;
     }
     print_str("<section class=\"cron\" tabindex=\"0\" aria-label=\"Cron lines\"><pre>");
-    print_cron_line(stored_time(console, schedule.from), weekdays,
-                    (std::string(schedule.name) + " up").c_str());
-    print_cron_line(stored_time(console, schedule.to), weekdays,
-                    (std::string(schedule.name) + " down").c_str());
+    print_cron_line(from, mask, schedule.name, "up");
+    print_cron_line(to, to < from ? next_days(mask) : mask, schedule.name, "down");
     print_str("</pre></section>\n");
 }
 
 void print_form(Console &console, const Schedule &schedule) {
     const std::string items = console.items("schedules");
     console.open_form(schedule.name, schedule.label);
-    console.check_field(schedule.on,
-                        rd_checkbox_item(items.c_str(), schedule.on.name, 0) == PRINT_CHECKED);
+    console.check_field(schedule.on, rd_checkbox_item(items.c_str(), schedule.on.name, 0));
     print_str("<div class=\"pair\">\n");
     print_time(console, schedule.from);
     print_time(console, schedule.to);

@@ -67,27 +67,32 @@ void put_ports(const std::string &interface) {
     }
 }
 
-std::string interface_key;  // of the interface whose IPv6 addresses are read
+std::string *addresses;  // of the interface that is read
 
 int add_ipv6(interface_addr *record) {
     char text[INET6_ADDRSTRLEN] = "";
     ::inet_ntop(AF_INET6, &record->addr.v6.sin6_addr, text, sizeof text);
-    (*figures)[interface_key] += std::string(", ") + text + "/" + std::to_string(record->mask.v6.prefix);
+    *addresses += std::string(", ") + text + "/" + std::to_string(record->mask.v6.prefix);
     return 0;
 }
 
+// Adds one IPv4 address; the first one of an interface brings its state and its IPv6 addresses.
 int add_interface(ifreq *record, int /*index*/) {
     const std::string name(record->ifr_name, strnlen(record->ifr_name, IFNAMSIZ));
-    interface_addr interface{};
+    interface_addr interface {};
     char text[INET_ADDRSTRLEN] = "";
-    interface_key = "interface_" + name;
-    if (get_interface(name.c_str(), &interface) != 0 || cfg_interface(&interface.addr.any, 0) != 0)
+    if (cfg_interface(&record->ifr_addr, 0) != 0 || get_interface(name.c_str(), &interface) != 0)
         return 0;
-    ::inet_ntop(AF_INET, &interface.addr.v4.sin_addr, text, sizeof text);
-    (*figures)[interface_key] =
-        std::string((interface.flags & IFF_UP) != 0 ? "up, " : "down, ") + text + "/" +
-        std::to_string(gen_prefix(interface.mask.v4.sin_addr.s_addr));
-    read_interface6_conf(name.c_str(), add_ipv6);
+    const auto *address = reinterpret_cast<const sockaddr_in *>(&record->ifr_addr);
+    ::inet_ntop(AF_INET, &address->sin_addr, text, sizeof text);
+    addresses = &(*figures)["interface_" + name];
+    const bool is_first = addresses->empty();
+    if (is_first)
+        *addresses = (interface.flags & IFF_UP) != 0 ? "up" : "down";
+    *addresses += std::string(", ") + text + "/" +
+                  std::to_string(gen_prefix(interface.mask.v4.sin_addr.s_addr));
+    if (is_first)
+        read_interface6_conf(name.c_str(), add_ipv6);
     return 0;
 }
 

@@ -39,12 +39,11 @@ int protocols(unsigned index, int /*arg*/, selectbox_text *pair) {
 // Takes a certificate that is there, or none: the posted value is a file name in disguise.
 std::string check_certificate(Console &console) {
     char name[kNameBytes + 1] = "";
-    const char *posted = console.value(kCertificate.name);
-    const int length = save_selectbox_cert(name, kNameBytes, posted);
-    const bool is_none = posted != nullptr && *posted == '\0';
+    const std::string posted = posted_text(console, kCertificate);
+    const int length = save_selectbox_cert(name, kNameBytes, posted.c_str());
     const bool is_name = length > 0 && std::strlen(name) == static_cast<size_t>(length) &&
                          *name != '.' && std::strchr(name, '/') == nullptr;
-    if (is_none)
+    if (posted.empty())
         return "";
     if (!is_name || stat_item(console.path("certificates").c_str(), name) != 0)
         console.refuse(kCertificate, "This certificate is not there any more. Choose another one.");
@@ -62,17 +61,19 @@ void save(Console &console) {
     const char *cipher = check_option(console, kCipher, options<get_ovpn_cipher>);
     const char *digest = check_option(console, kDigest, options<get_ovpn_hash>);
     const std::string certificate = check_certificate(console);
-    if (on && certificate.empty() && console.accepted())
+    if (on && certificate.empty())
         console.refuse(kCertificate, "The tunnel needs a certificate.");
     if (console.accepted()) {
         console.wrote("Tunnel", wr_checkbox_item(dir, kOn.name, checkbox_flags(on ? 1 : 0, 0)));
-        console.wrote(kRemote.label, update_textbox(dir, kRemote.name, remote.c_str(), kRemoteChars));
+        console.wrote(kRemote.label,
+                      update_textbox(dir, kRemote.name, remote.c_str(), kRemoteChars));
         console.wrote(kPort.label, wr_numberbox_item(dir, kPort.name, port));
         console.wrote(kProtocol.label, update_textbox(dir, kProtocol.name, protocol, kItemBytes));
         console.wrote(kCipher.label, update_textbox(dir, kCipher.name, cipher, kItemBytes));
         console.wrote(kDigest.label, update_textbox(dir, kDigest.name, digest, kItemBytes));
-        console.wrote(kCertificate.label,
-                      update_cert_item(dir, kCertificate.name, console.value(kCertificate.name), kNameBytes));
+        console.wrote(
+            kCertificate.label,
+            update_cert_item(dir, kCertificate.name, console.value(kCertificate.name), kNameBytes));
     }
     console.report();
 }
@@ -106,11 +107,14 @@ void print_certificates(const Console &console) {
     const char *typed = console.typed_text(kCertificate.name);
     char name[kNameBytes + 1] = "";
     console.field(kCertificate, [&](const char *attributes) {
-        if (typed != nullptr && save_selectbox_cert(name, kNameBytes, typed) >= 0)
-            gen_selectbox_certs(files.c_str(), nullptr, name, "none", PRINT_EMPTY_CHOICE, attributes);
+        if (typed != nullptr && save_selectbox_cert(name, kNameBytes, typed) < 1)
+            *name = '\0';
+        if (typed != nullptr)
+            gen_selectbox_certs(files.c_str(), nullptr, name, "none", PRINT_EMPTY_CHOICE,
+                                attributes);
         else
-            gen_selectbox_certs_item(items.c_str(), kCertificate.name, nullptr, files.c_str(), "none",
-                                     kNameBytes, attributes);
+            gen_selectbox_certs_item(items.c_str(), kCertificate.name, nullptr, files.c_str(),
+                                     "none", kNameBytes, attributes);
     });
 }
 
@@ -118,7 +122,7 @@ void print_form(Console &console) {
     const std::string items = console.items("vpn");
     const char *dir = items.c_str();
     console.open_form("vpn", "Tunnel");
-    console.check_field(kOn, rd_checkbox_item(dir, kOn.name, 0) == PRINT_CHECKED);
+    console.check_field(kOn, rd_checkbox_item(dir, kOn.name, 0));
     console.text_field(kRemote, kRemoteChars, [&](const char *attributes) {
         gen_xtextbox_item(dir, kRemote.name, kRemoteChars, 0, "%s", attributes);
     });

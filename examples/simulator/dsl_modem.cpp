@@ -17,7 +17,7 @@ constexpr unsigned long kLineStatus = 0xC01C6709;
 constexpr uint32_t kShowtimeSync = 0x801;
 constexpr uint32_t kPowerL0 = 0;
 
-// A triangle wave between -reach and reach, different for every period and phase.
+// A triangle wave between -reach and reach.
 int wave(long seconds, int period, int reach) {
     const int step = static_cast<int>(seconds % period) * 4 * reach / period;
     if (step < reach)

@@ -2,6 +2,7 @@
 
 #include <linux/sockios.h>
 #include <net/if.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -41,12 +42,20 @@ unsigned powered_down() {
     return ports;
 }
 
+// Puts a new state file in place of the old one: another program may be reading.
 int store_powered_down(unsigned ports) {
-    FILE *file = std::fopen(std::getenv("QMV_SIMULATOR"), "we");
+    const char *path = std::getenv("QMV_SIMULATOR");
+    char temporary[4096];
+    std::snprintf(temporary, sizeof temporary, "%s.new-%d", path, ::getpid());
+    FILE *file = std::fopen(temporary, "we");
     if (file == nullptr)
         return -1;
-    std::fprintf(file, "%u\n", ports);
-    return std::fclose(file);
+    const bool written = std::fprintf(file, "%u\n", ports) > 0;
+    const bool closed = std::fclose(file) == 0;
+    if (written && closed && std::rename(temporary, path) == 0)
+        return 0;
+    ::unlink(temporary);
+    return -1;
 }
 
 uint16_t read_register(const MiiRequest &mii) {

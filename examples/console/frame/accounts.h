@@ -5,7 +5,7 @@
 #include <string>
 
 struct Account {
-    const char *name;   // of the user and of the password item
+    const char *name;  // of the user and of the password item
     const char *label;
 };
 

@@ -1,6 +1,5 @@
 #include "frame/check.h"
 
-#include <cstring>
 #include <string_view>
 
 namespace {
@@ -23,8 +22,13 @@ int is_one_line(unsigned /*pos*/, unsigned ch) {
     return ch >= ' ' && ch != 0x7F;
 }
 
-// The value of a field without blanks around it. A field that did not arrive is refused.
-std::string posted(Console &console, const Field &field) {
+std::string range_text(unsigned min, unsigned max, const char *unit) {
+    return std::to_string(min) + " to " + std::to_string(max) + " " + unit;
+}
+
+}  // namespace
+
+std::string posted_text(Console &console, const Field &field) {
     const char *value = console.value(field.name);
     if (value == nullptr) {
         console.refuse(field, "This field did not arrive. Open the page again.");
@@ -37,15 +41,9 @@ std::string posted(Console &console, const Field &field) {
     return std::string(text.substr(first, text.find_last_not_of(" \t") - first + 1));
 }
 
-std::string range_text(unsigned min, unsigned max, const char *unit) {
-    return std::to_string(min) + " to " + std::to_string(max) + " " + unit;
-}
-
-}  // namespace
-
 std::string check_text(Console &console, const Field &field, unsigned min, unsigned max,
                        textbox_filter filter, const char *allowed) {
-    const std::string text = posted(console, field);
+    const std::string text = posted_text(console, field);
     if (!console.has(field.name) || (text.empty() && min == 0))
         return "";
     // The library leaves out what it cannot keep; here all of it must have been kept.
@@ -65,12 +63,14 @@ std::string check_text(Console &console, const Field &field, unsigned min, unsig
     return text;
 }
 
+bool parse_number(const std::string &text, unsigned *number) {
+    scan_number(text.c_str(), number, 0, 0xFFFFFFFF, 0);
+    return !text.empty() && text.size() < 10 && digits(text) == text.size();
+}
+
 unsigned check_number(Console &console, const Field &field, unsigned min, unsigned max) {
-    const std::string text = posted(console, field);
     unsigned number = 0;
-    scan_number(text.c_str(), &number, 0, 0xFFFFFFFF, 0);
-    const bool is_number = !text.empty() && digits(text) == text.size() && text.size() < 10;
-    if (console.has(field.name) && (!is_number || number < min || number > max))
+    if (!parse_number(posted_text(console, field), &number) || number < min || number > max)
         console.refuse(field, "Enter a number from " + range_text(min, max, "in digits."));
     return number;
 }
@@ -93,7 +93,7 @@ bool parse_ipv4(const char *text, uint32_t *addr) {
 }
 
 uint32_t check_ipv4(Console &console, const Field &field, bool may_be_empty) {
-    const std::string text = posted(console, field);
+    const std::string text = posted_text(console, field);
     uint32_t addr = 0;
     if (!console.has(field.name) || (text.empty() && may_be_empty))
         return 0;
@@ -103,7 +103,7 @@ uint32_t check_ipv4(Console &console, const Field &field, bool may_be_empty) {
 }
 
 ipv4_cidr check_cidr(Console &console, const Field &field, bool may_be_empty) {
-    const std::string text = posted(console, field);
+    const std::string text = posted_text(console, field);
     ipv4_cidr network{};
     if (!console.has(field.name) || (text.empty() && may_be_empty))
         return network;
@@ -115,6 +115,8 @@ ipv4_cidr check_cidr(Console &console, const Field &field, bool may_be_empty) {
         console.refuse(field, "Enter a network and its length, such as 10.1.0.0/16.");
         return network;
     }
+    if (network.addr == 0)
+        console.refuse(field, "Enter a network: the way to all others is the provider's.");
     scan_ipv4cidr(text.c_str(), &network, 0, 0);
     if ((network.addr & gen_netmask(network.prefix)) != network.addr)
         console.refuse(field, "The address has bits behind its length: a network ends in zeros.");
@@ -130,7 +132,7 @@ uint32_t check_netmask(Console &console, const Field &field) {
 }
 
 std::string check_mac(Console &console, const Field &field) {
-    std::string text = posted(console, field);
+    std::string text = posted_text(console, field);
     if (text.empty())
         return "";
     for (char &c : text) {
@@ -145,11 +147,13 @@ std::string check_mac(Console &console, const Field &field) {
     mac_ntop(&hardware, '-', normal, sizeof normal);
     if (text != normal || mac_isvalid(&hardware) == 0)
         console.refuse(field, "Enter six pairs of hexadecimal digits, such as 02-00-5E-10-00-01.");
+    else if ((hardware.sa_data[0] & 1) != 0)
+        console.refuse(field, "This is an address of a group: its second digit must be even.");
     return normal;
 }
 
 const char *check_option(Console &console, const Field &field, selectbox_text_fn options) {
-    const std::string text = posted(console, field);
+    const std::string text = posted_text(console, field);
     selectbox_state state{};
     scan_select_text(text.c_str(), &state, options, 0);
     if (console.has(field.name) && state.value.text == nullptr)

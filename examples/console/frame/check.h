@@ -1,12 +1,15 @@
-// Checks of posted fields. Each one reads its field from the request and refuses it, with a reason
-// that tells what to do, when it cannot be stored exactly as it was typed: the library's scanners
-// make the best of any text, and a person wants to know.
+// Checks of posted fields. Each one reads its field from the request, without blanks around it, and
+// refuses it, with a reason that tells what to do, when it cannot be stored as it was typed: the
+// library's scanners make the best of any text, and a person wants to know.
 #ifndef CONSOLE_CHECK_H
 #define CONSOLE_CHECK_H
 
 #include <string>
 
 #include "frame/console.h"
+
+/// The value of a field without blanks around it. A field that did not arrive is refused.
+std::string posted_text(Console &console, const Field &field);
 
 /// Takes a text of `min` to `max` characters that a filter accepts (null: any of one line).
 /// @param allowed   names those characters, as in "letters and digits"
@@ -35,6 +38,9 @@ const char *check_option(Console &console, const Field &field, selectbox_text_fn
 
 /// Writes an address unless it is unchanged; 0 leaves an empty item, not 0.0.0.0.
 int update_optional_ipv4(const std::string &items, const Field &field, uint32_t addr);
+
+/// Tells whether a text is a number of up to nine digits and nothing else, and stores it.
+bool parse_number(const std::string &text, unsigned *number);
 
 /// Tells whether a text is an IPv4 address of four numbers, and stores it.
 bool parse_ipv4(const char *text, uint32_t *addr);

@@ -34,7 +34,7 @@ struct Page {
     const char *title;
     Level may_post = kNobody;  // who may send its forms
     const char *scripts[2] = {};
-    unsigned max_body = 256 * 1024;  // bytes that a post may have
+    unsigned max_bytes = 256 * 1024;  // of a form, or of its file
 };
 
 // An input with its name in forms, its label, and a hint below it (or null).
@@ -47,7 +47,8 @@ struct Field {
 class Upload;
 
 /// A text with what HTML would take for markup escaped: for attributes, which are printed as they
-/// are.
+/// are, and for what was typed, all of which is shown again: the library's own printers end at a
+/// character that it cannot store.
 std::string html_text(const std::string &text);
 
 class Console {
@@ -76,7 +77,8 @@ class Console {
     [[nodiscard]] std::string item(std::string_view group, const char *name) const;
 
     // ---- Checking what was posted; see check.cpp ----
-    void refuse(const Field &field, const std::string &why) { refusals_[field.name] = why; }
+    /// Refuses a field; the first reason counts.
+    void refuse(const Field &field, const std::string &why) { refusals_.emplace(field.name, why); }
     [[nodiscard]] bool accepted() const { return refusals_.empty(); }
 
     // ---- The outcome ----
@@ -133,15 +135,17 @@ class Console {
         open_field(field);
         const std::string all = attributes(field);
         if (const char *typed = typed_text(field.name))
-            gen_xtextbox(max_chars, typed, 0, "%s", all.c_str());
+            print_typed(max_chars, typed, all.c_str());
         else
             print_stored(all.c_str());
         close_field(field);
     }
 
-    /// A check box with its label behind it; `on` is what the item says.
-    void check_field(const Field &field, bool on) const;
+    /// A check box with its label behind it; the flags are those of rd_checkbox_item().
+    void check_field(const Field &field, unsigned flags) const;
 
+    /// Shows what was typed although no field was refused, since it could not be stored.
+    void keep_typed() { keeps_typed_ = true; }
     /// Whether the form that is open was posted and refused, so that it shows what was typed.
     [[nodiscard]] bool is_typed() const;
     /// What was then typed into a field; null otherwise.
@@ -157,8 +161,12 @@ class Console {
     void read_request();
     static int receive(void *console, cgivar *vars, unsigned count, unsigned mode);
     int take_part(const cgivar *vars, unsigned count);
+    void require_method();
     void require_rights();
+    bool lock_settings(int operation) const;
+    void begin_change();
     [[nodiscard]] bool has_token() const;
+    static void print_typed(int max_chars, const std::string &typed, const char *attributes);
     void open_section(const char *heading) const;
     [[nodiscard]] std::string description(const Field &field) const;
     [[nodiscard]] const char *field_class(const Field &field) const;
@@ -174,12 +182,14 @@ class Console {
     std::string user_;
     Level level_ = kNobody;
     bool is_post_ = false;
+    bool is_broken_ = false;  // a part of a form was cut off or too large
     Upload *upload_;
     std::vector<std::pair<std::string, std::string>> variables_;
     std::map<std::string, std::string, std::less<>> refusals_;
     std::vector<Message> messages_;
+    bool keeps_typed_ = false;
     const char *form_ = "";  // name of the form that is open, or was last
-    std::string token_;  // made when the first form is printed
+    std::string token_;      // made when the first form is printed
     std::vector<std::string> changed_;
     std::vector<std::string> unchanged_;
     std::vector<std::string> failed_;

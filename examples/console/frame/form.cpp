@@ -60,7 +60,8 @@ void Console::open_group(const Field &field) const {
 }
 
 void Console::open_enclosing_label(const Field &field) const {
-    std::printf("<div class=\"%s\">\n<label>%s\n", field_class(field), field.label);
+    std::printf("<div class=\"%s\" role=\"group\" aria-label=\"%s\"%s>\n<label>%s\n",
+                field_class(field), field.label, description(field).c_str(), field.label);
 }
 
 void Console::close_field(const Field &field) const {
@@ -76,7 +77,8 @@ void Console::close_field(const Field &field) const {
 // Names are those of the program, never of a client: attributes are printed as they are.
 std::string Console::attributes(const Field &field) const {
     const std::string name = field.name;
-    return " id=\"" + name + "\" name=\"" + name + "\"" + description(field);
+    return " id=\"" + name + "\" name=\"" + name + "\"" +
+           (refusals_.count(name) != 0 ? " aria-invalid=\"true\"" : "") + description(field);
 }
 
 // What ties an input to its refusal and its hint.
@@ -85,17 +87,24 @@ std::string Console::description(const Field &field) const {
     const std::string error = refusals_.count(field.name) != 0 ? name + "-error" : "";
     const std::string hint = field.hint != nullptr ? name + "-hint" : "";
     const std::string both = error + (!error.empty() && !hint.empty() ? " " : "") + hint;
-    return std::string(error.empty() ? "" : " aria-invalid=\"true\"") +
-           (both.empty() ? "" : " aria-describedby=\"" + both + "\"");
+    return both.empty() ? "" : " aria-describedby=\"" + both + "\"";
 }
 
-void Console::check_field(const Field &field, bool on) const {
-    if (is_typed())
-        on = has(field.name);
+void Console::check_field(const Field &field, unsigned flags) const {
+    if (is_typed() && (flags & PRINT_DISABLED) == 0)
+        flags = checkbox_flags(has(field.name) ? 1 : 0, 0);
     print_str("<div class=\"field check\">\n");
-    gen_xcheckbox(checkbox_flags(on, 0), "%s value=\"1\"", attributes(field).c_str());
+    gen_xcheckbox(flags, "%s value=\"1\"", attributes(field).c_str());
     std::printf("\n<label for=\"%s\">%s</label>", field.name, field.label);
     close_field(field);
+}
+
+// All of it, also what cannot be stored.
+void Console::print_typed(int max_chars, const std::string &typed, const char *attributes) {
+    print_str("<input type=\"text\"");
+    if (typed.size() <= static_cast<size_t>(max_chars))
+        std::printf(" maxlength=\"%d\"", max_chars);
+    std::printf(" value=\"%s\"%s>", html_text(typed).c_str(), attributes);
 }
 
 const char *Console::typed_text(const char *name) const {
@@ -104,7 +113,7 @@ const char *Console::typed_text(const char *name) const {
 
 // Whether the form that is being printed was posted and refused: it shows what was typed.
 bool Console::is_typed() const {
-    return !accepted() && is_form(form_);
+    return (!accepted() || keeps_typed_) && is_form(form_);
 }
 
 void Console::wrote(const char *label, int result) {
@@ -119,8 +128,10 @@ void Console::report() {
                               (count == 1 ? " field needs" : " fields need") +
                               " another look. See below.");
     }
-    if (!failed_.empty())
+    if (!failed_.empty()) {
         say("bad", "Could not be written: " + list_of(failed_) + ".");
+        keep_typed();
+    }
     if (!changed_.empty()) {
         say("good", "Changed: " + list_of(changed_) + ".");
         log("changed " + list_of(changed_));

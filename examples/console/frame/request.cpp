@@ -1,6 +1,10 @@
 // Who is asking, and what was posted.
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
@@ -11,7 +15,8 @@
 namespace {
 
 constexpr auth_entry kAccess[] = {{"admin", kAdministrator}, {"viewer", kReadOnly}, {nullptr, 0}};
-constexpr size_t kMaxPart = 4096;  // of a part that is no file
+constexpr size_t kMaxPart = 4096;          // of a part that is no file
+constexpr unsigned kFormBytes = 8 * 1024;  // of a multipart form, besides its file
 
 std::string environment(const char *name) {
     const char *value = std::getenv(name);
@@ -27,11 +32,22 @@ const char *parameter(const cgivar *vars, unsigned count, const char *name) {
     return nullptr;
 }
 
+// Takes a piece of a part that is no file, and one byte too many at most.
 int append_text(void *text, const void *bytes, int count) {
     std::string &all = *static_cast<std::string *>(text);
-    if (all.size() + static_cast<size_t>(count) <= kMaxPart)
-        all.append(static_cast<const char *>(bytes), static_cast<size_t>(count));
+    const size_t room = kMaxPart + 1 - all.size();
+    all.append(static_cast<const char *>(bytes), std::min(room, static_cast<size_t>(count)));
     return 0;
+}
+
+bool is_form_type(std::string_view type) {
+    constexpr std::string_view kMultipart = "multipart/form-data;";
+    if (type == "application/x-www-form-urlencoded")
+        return true;
+    if (type.substr(0, kMultipart.size()) != kMultipart)
+        return false;
+    type.remove_prefix(std::min(type.find_first_not_of(' ', kMultipart.size()), type.size()));
+    return type.substr(0, 9) == "boundary=" && type.size() > 9;
 }
 
 }  // namespace
@@ -47,27 +63,63 @@ Console::Console(const Page &page, Upload *upload)
         stop("500 Internal Server Error", "QMV_STATE is not set: where are the items?");
     if (level_ == kNobody)
         stop("403 Forbidden", "This user may not use the console.");
+    require_method();
     if (is_post_)
         require_rights();
     read_request();
-    if (is_post_ && !has_token())
+    if (is_post_)
+        begin_change();
+    else
+        lock_settings(LOCK_SH);
+}
+
+// The library would answer other methods, types and lengths itself, with the status of success.
+void Console::require_method() {
+    const std::string method = environment("REQUEST_METHOD");
+    if (method != "GET" && method != "HEAD" && method != "POST")
+        stop("405 Method Not Allowed",
+             "The console takes GET and POST requests. Nothing was changed.");
+    if (is_post_ && str_to_uint(environment("CONTENT_LENGTH").c_str()) == 0)
+        stop("400 Bad Request", "The form is empty. Nothing was changed.");
+    if (is_post_ && !is_form_type(environment("CONTENT_TYPE")))
+        stop("415 Unsupported Media Type", "This is not a form. Nothing was changed.");
+}
+
+// An item is emptied and written anew in place: other programs must not look at it meanwhile. One
+// that changes settings has them for itself; the lock ends with the program.
+bool Console::lock_settings(int operation) const {
+    const int lock = ::open(path("lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    return lock >= 0 && ::flock(lock, operation) == 0;
+}
+
+// Only now may the page change something. What it begins it finishes, although a server that gives up
+// the request sends SIGTERM.
+void Console::begin_change() {
+    if (is_broken_)
+        stop("400 Bad Request", "The form was cut off or too large. Nothing was changed.");
+    if (make_token(state_, user_).empty())
+        stop("500 Internal Server Error", "The device has no secret to check forms with.");
+    if (!has_token())
         stop("403 Forbidden",
-             "The form is not one of this console, or of another user. Nothing was changed. "
-             "Open the page again and repeat the change.");
+             "The form is not one of this console, or of another user, or older than the password. "
+             "Nothing was changed. Open the page again and repeat the change.");
+    std::signal(SIGTERM, [](int) {});
+    if (!lock_settings(LOCK_EX))
+        stop("500 Internal Server Error", "The settings are locked. Nothing was changed.");
 }
 
 // What can be refused before the body is read.
 void Console::require_rights() {
     if (level_ < page_.may_post || page_.may_post == kNobody)
         stop("403 Forbidden", "You may look at this page, but not change anything here.");
-    if (str_to_uint(std::getenv("CONTENT_LENGTH")) > page_.max_body)
+    if (std::strtoull(environment("CONTENT_LENGTH").c_str(), nullptr, 10) >
+        page_.max_bytes + kFormBytes)
         stop("413 Content Too Large", "What was sent is too large: this page takes up to " +
-                                          std::to_string(page_.max_body / 1024) +
+                                          std::to_string(page_.max_bytes / 1024) +
                                           " KiB. Nothing was changed.");
 }
 
 void Console::read_request() {
-    // A method that the library does not know is answered by it, and ends the program.
     getcgivars(this, receive, is_post_ ? nullptr : receive);
 }
 
@@ -91,6 +143,7 @@ int Console::take_part(const cgivar *vars, unsigned count) {
         return scan_boundary(STDIN_FILENO, boundary, 3, nullptr, nullptr);
     std::string text;
     const int result = scan_boundary(STDIN_FILENO, boundary, 3, append_text, &text);
+    is_broken_ = is_broken_ || text.size() > kMaxPart || (result != 0 && result != 3);
     variables_.emplace_back(name, text.c_str());
     return result;
 }

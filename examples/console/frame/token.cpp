@@ -8,12 +8,16 @@
 namespace {
 
 constexpr int kSecretBytes = 64;
+constexpr int kPasswordBytes = 64;
 
-// What is hashed; empty when there is no secret that deserves the name.
+// What is hashed: a token ends with the password that its user had. Empty when there is no secret
+// that deserves the name.
 std::string text_of(const std::string &state, const std::string &user) {
     char secret[kSecretBytes + 1];
+    char password[kPasswordBytes + 1];
     const int length = read_item(state.c_str(), "secret", secret, kSecretBytes);
-    return length < 32 ? "" : secret + (":" + user);
+    read_item((state + "/items/accounts").c_str(), user.c_str(), password, kPasswordBytes);
+    return length < 32 ? "" : std::string(secret) + ":" + user + ":" + password;
 }
 
 }  // namespace

@@ -5,8 +5,8 @@
 
 #include <string>
 
-/// Makes a token: a salted hash of the installation's secret and the user's name. Empty without a
-/// secret.
+/// Makes a token: a salted hash of the installation's secret, the user's name and the stored
+/// password. Empty without a secret.
 std::string make_token(const std::string &state, const std::string &user);
 
 bool is_token(const std::string &token, const std::string &state, const std::string &user);

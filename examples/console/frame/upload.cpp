@@ -6,7 +6,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
@@ -14,15 +16,28 @@ namespace {
 
 constexpr std::string_view kTemporary = ".part-";  // and the number of the process that writes it
 
+char file_of_this_process[PATH_MAX];
+
+std::string uploads() {
+    const char *state = std::getenv("QMV_STATE");
+    return std::string(state != nullptr ? state : "") + "/uploads";
+}
+
+// A server that gives up a request ends the program.
+void remove_and_exit(int /*signal*/) {
+    ::unlink(file_of_this_process);
+    ::_exit(1);
+}
+
 }  // namespace
 
-Upload::Upload(std::string dir, unsigned max_bytes)
-    : dir_(std::move(dir)),
+Upload::Upload(unsigned max_bytes)
+    : dir_(uploads()),
       max_bytes_(max_bytes),
       temporary_(dir_ + "/" + std::string(kTemporary) + std::to_string(::getpid())) {
     remove_leftovers();
-    // A server that gives up a request also closes its input, and then the destructor cleans up.
-    std::signal(SIGTERM, SIG_IGN);
+    strsncpy(file_of_this_process, sizeof file_of_this_process, temporary_.c_str());
+    std::signal(SIGTERM, remove_and_exit);
 }
 
 Upload::~Upload() {

@@ -8,9 +8,8 @@ class Upload {
   public:
     enum Outcome { kNone, kWhole, kCutOff, kTooLarge, kNotStored };
 
-    /// Takes a file of up to `max_bytes` bytes into a directory, and removes what a killed program
-    /// left there of another.
-    Upload(std::string dir, unsigned max_bytes);
+    /// Takes a file of up to `max_bytes` bytes, and removes what a killed program left of another.
+    explicit Upload(unsigned max_bytes);
     Upload(const Upload &) = delete;
     Upload &operator=(const Upload &) = delete;
     ~Upload();

@@ -2,5 +2,9 @@
 // a refused form puts the cursor into the first field that needs another look.
 'use strict';
 
+function focusRefusal() {
+    document.querySelector('.refused :is(input, select, textarea)')?.focus();
+}
+
 document.querySelector('nav a[aria-current]')?.scrollIntoView({block: 'nearest', inline: 'center'});
-document.querySelector('[aria-invalid="true"]')?.focus();
+focusRefusal();

@@ -12,10 +12,14 @@ document.addEventListener('input', ({target}) => {
 
 async function count(box) {
     const text = box.value;
-    const answer = await fetch(`count.cgi?${new URLSearchParams({text})}`);
-    if (!answer.ok || text !== box.value)
-        return;
-    const {count, limit, foreign} = await answer.json();
-    document.getElementById('count').textContent = `${count} of ${limit} characters` +
-        (foreign ? `; ${foreign} cannot be sent` : '');
+    const place = document.getElementById('count');
+    try {
+        const answer = await fetch(`count.cgi?${new URLSearchParams({text})}`);
+        const {count, limit, foreign} = await answer.json();
+        if (text === box.value)
+            place.textContent = `${count} of ${limit} characters` +
+                (foreign ? `; ${foreign} cannot be sent` : '');
+    } catch {
+        place.textContent = 'The device does not answer.';
+    }
 }

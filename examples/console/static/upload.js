@@ -19,6 +19,8 @@ function upload(form) {
         showMessage(text);
     };
     request.upload.onprogress = ({loaded, total}) => showProgress(progress, loaded / total);
+    // All is sent: from now on the device may store it.
+    request.upload.onload = () => { progress.querySelector('button').disabled = true; };
     request.onload = () => showAnswer(request, end);
     request.onerror = () => end('The upload was broken off: the device did not answer.');
     request.onabort = () => end('The upload was cancelled.');
@@ -40,23 +42,31 @@ function makeProgress(cancel) {
     button.type = 'button';
     button.textContent = 'Cancel';
     button.addEventListener('click', cancel);
-    progress.append(bar, document.createElement('output'), button);
+    progress.append(bar, document.createElement('span'), button);
     return progress;
 }
 
 function showProgress(progress, part) {
     const percent = Math.floor(100 * part);
     progress.querySelector('progress').value = percent;
-    progress.querySelector('output').textContent = `${percent} %`;
+    progress.querySelector('span').textContent = `${percent} %`;
 }
 
-// Takes over what the answering page has between its navigation and its end.
+// Takes over what the answering page has between its navigation and its end. The place of the
+// messages stays, so that they are announced.
 function showAnswer(request, end) {
-    const answer = request.responseXML?.querySelector('main');
+    const main = document.querySelector('main');
+    const answer = request.responseXML?.querySelector('main#main');
     if (!answer)
         return end(`The device refused the upload (${request.status}).`);
-    document.querySelector('main').replaceWith(document.adoptNode(answer));
-    document.getElementById('messages').scrollIntoView({block: 'nearest'});
+    const messages = [...answer.querySelectorAll('#messages > *')];
+    const place = document.getElementById('messages');
+    answer.querySelector('#messages').remove();
+    main.replaceChildren(place, ...answer.children);
+    main.prepend(main.querySelector('h1'));
+    place.replaceChildren(...messages);
+    place.scrollIntoView({block: 'nearest'});
+    focusRefusal();
 }
 
 function showMessage(text) {

@@ -88,6 +88,14 @@ describe('the list', () => {
         assert.deepEqual(await facts('office.pem'), [explained(made('office.pem')), 'No key.']);
     });
 
+    test('says when a key cannot be read', async () => {
+        store('office.pem');
+        fs.copyFileSync(made('locked.key'), path.join(state, 'keys/office.key'));
+        await page.visit('certificates');
+        assert.deepEqual(await facts('office.pem'),
+            [explained(made('office.pem')), 'Key: Cannot be read.']);
+    });
+
     test('shows no keys of certificates that are not there', async () => {
         store('other.key');
         await page.visit('certificates');
@@ -105,8 +113,7 @@ describe('the list', () => {
         test(`names a file that holds ${what}, and no directory of the device`, async () => {
             fs.writeFileSync(path.join(state, 'certificates/tale.pem'), bytes);
             await page.visit('certificates');
-            assert.equal((await facts('tale.pem')).length, 2);
-            assert.equal((await facts('tale.pem'))[1], 'No key.');
+            assert.deepEqual(await facts('tale.pem'), ['Cannot be read.', 'No key.']);
             assert.ok(!(await page.tab.content()).includes(state));
         });
 
@@ -143,13 +150,13 @@ describe('an upload', () => {
         assert.equal(stored('certificates/office.pem'), content('office.pem').toString());
         assert.equal(stored('keys/office.key'), content('office.key').toString());
         assert.deepEqual(list('uploads'), []);
-        assert.match(stored('log'), /stored office\.pem \(admin\)\n.*stored office\.key \(admin\)\n$/);
+        assert.match(stored('log'), /Stored: office\.pem \(admin\)\n.*Stored: office\.key \(admin\)\n$/);
     });
 
     test('replaces a file of the same name', async () => {
         store('office.pem');
         await upload({name: 'office.pem', mimeType: 'text/plain', buffer: content('other.pem')});
-        assert.deepEqual(await page.messages(), ['Stored: office.pem.']);
+        assert.deepEqual(await page.messages(), ['Replaced: office.pem.']);
         assert.equal(stored('certificates/office.pem'), content('other.pem').toString());
         assert.deepEqual(await facts('office.pem'), [explained(made('other.pem')), 'No key.']);
     });
@@ -168,7 +175,7 @@ describe('an upload', () => {
     test('of far too much is answered by the page', async () => {
         await upload({name: 'office.pem', mimeType: 'text/plain', buffer: Buffer.alloc(1 << 20)});
         assert.deepEqual(await page.messages(), [
-            'What was sent is too large: this page takes up to 72 KiB. Nothing was changed.'
+            'What was sent is too large: this page takes up to 64 KiB. Nothing was changed.'
         ]);
         assert.deepEqual(list('certificates'), ['router.pem']);
         // The browser reports the status itself.
@@ -198,7 +205,7 @@ describe('without scripts', () => {
         await Promise.all([
             page.tab.waitForEvent('load'), row('office.pem').getByRole('button').click()
         ]);
-        assert.deepEqual(await page.messages(), ['Deleted: office.pem, and its key if it had one.']);
+        assert.deepEqual(await page.messages(), ['Deleted: office.pem and its key.']);
         assert.deepEqual([list('certificates'), list('keys')], [['router.pem'], ['router.key']]);
     });
 
@@ -251,7 +258,7 @@ describe('an upload is refused', () => {
     const badName = 'Use a file name of up to 64 letters, digits and the marks _ - .';
     const badEnd = 'A certificate\'s name ends in .pem, a key\'s in .key.';
     const noCertificate = 'This file holds no certificate in PEM format.';
-    const noKey = 'This file holds no key in PEM format.';
+    const noKey = 'This file holds no key in PEM format, or an encrypted one.';
     const pem = () => content('office.pem');
     const large = (size) => () => {
         const bytes = Buffer.alloc(size, '#\n');
@@ -288,6 +295,8 @@ describe('an upload is refused', () => {
         ['a key that needs a password', 'router.key', () => content('locked.key'), noKey],
         ['a key that has no certificate', 'office.key', () => content('office.key'),
             'Upload its certificate first: office.pem.'],
+        ['a key of another certificate', 'router.key', () => content('office.key'),
+            'This key does not belong to the certificate router.pem.'],
         ['64 KiB and a byte', 'office.pem', large(64 * 1024 + 1), 'The file is larger than 64 KiB.'],
         ['70 KiB', 'office.pem', large(70 * 1024), 'The file is larger than 64 KiB.'],
         ['no name', '', pem, 'Choose a file first.'],
@@ -298,7 +307,8 @@ describe('an upload is refused', () => {
             const before = snapshot();
             const answer = await sendFile(name, bytes());
             assert.deepEqual(refusalsOf(answer), [`file: ${why}`]);
-            assert.deepEqual(messagesOf(answer), []);
+            assert.deepEqual(messagesOf(answer),
+                ['bad: Nothing was changed: 1 field needs another look. See below.']);
             assert.deepEqual(snapshot(), before);
             assert.deepEqual(list('uploads'), []);
         });
@@ -316,7 +326,7 @@ describe('an upload is refused', () => {
             const answer = await sendFile('office.pem', Buffer.alloc(size));
             assert.equal(answer.status, 413);
             assert.deepEqual(messagesOf(answer), [
-                'bad: What was sent is too large: this page takes up to 72 KiB. Nothing was changed.'
+                'bad: What was sent is too large: this page takes up to 64 KiB. Nothing was changed.'
             ]);
             assert.deepEqual(snapshot(), before);
             assert.deepEqual(list('uploads'), []);
@@ -336,7 +346,7 @@ describe('deleting', () => {
         assert.equal(await row('office.pem').locator('form > p').textContent(),
             'Delete office.pem and its key? This cannot be undone.');
         await Promise.all([page.tab.waitForEvent('load'), button.click()]);
-        assert.deepEqual(await page.messages(), ['Deleted: office.pem, and its key if it had one.']);
+        assert.deepEqual(await page.messages(), ['Deleted: office.pem and its key.']);
         assert.equal(await row('office.pem').count(), 0);
         assert.deepEqual([list('certificates'), list('keys')], [['router.pem'], ['router.key']]);
         assert.match(stored('log'), /Certificates: deleted office\.pem \(admin\)\n$/);
@@ -352,7 +362,8 @@ describe('deleting', () => {
 
     test('takes no other key along', async () => {
         store('office.pem', 'office.key', 'other.pem');
-        await post('certificates', {form: 'delete', delete: 'other.pem'});
+        const answer = await post('certificates', {form: 'delete', delete: 'other.pem'});
+        assert.deepEqual(messagesOf(answer), ['good: Deleted: other.pem.']);
         assert.deepEqual([list('certificates'), list('keys')],
             [['office.pem', 'router.pem'], ['office.key', 'router.key']]);
     });
@@ -416,7 +427,7 @@ describe('a file with a hostile name', () => {
             assert.equal(await page.tab.locator('main img, main script, main b').count(), 0);
             await own.locator('summary').click();
             await Promise.all([page.tab.waitForEvent('load'), own.getByRole('button').click()]);
-            assert.deepEqual(await page.messages(), [`Deleted: ${name}, and its key if it had one.`]);
+            assert.deepEqual(await page.messages(), [`Deleted: ${name} and its key.`]);
             assert.deepEqual([list('certificates'), list('keys')], [['router.pem'], ['router.key']]);
             // Where the programs run, and where their files are.
             const programs = path.join(process.env.QMV_BUILD, 'examples/console');

@@ -101,8 +101,8 @@ describe('the list', () => {
         assert.equal(file(), text(camera, web, game));
         await page.visit('forwards');
         assert.deepEqual((await cells()).map(([name]) => name), ['Camera', 'Web server', 'Game console']);
-        assert.equal(log(), 'Port forwards: Moved up: Camera. (admin)\n' +
-            'Port forwards: Moved down: Web server. (admin)\n');
+        assert.equal(log(), 'Port forwards: Moved up: Camera (admin)\n' +
+            'Port forwards: Moved down: Web server (admin)\n');
     });
 
     test('does not move the first row up and the last one down', async () => {
@@ -124,7 +124,7 @@ describe('the list', () => {
         await page.press('Sort by name');
         assert.deepEqual(await page.messages(), ['Sorted by name.']);
         assert.equal(file(), text(rows[2], rows[1], rows[3], rows[0]));
-        assert.equal(log(), 'Port forwards: Sorted by name. (admin)\n');
+        assert.equal(log(), 'Port forwards: Sorted by name (admin)\n');
     });
 
     test('deletes rows until there are none', async () => {
@@ -140,7 +140,7 @@ describe('the list', () => {
         assert.equal(file(), '');
         assert.equal(await page.tab.getByText('None yet.', {exact: true}).count(), 1);
         assert.equal(log(), ['Game console', 'Web server', 'Camera'].map((name) =>
-            `Port forwards: Deleted: ${name}. (admin)\n`).join(''));
+            `Port forwards: Deleted: ${name} (admin)\n`).join(''));
         await fill({...fresh, on: true});
         await page.press('Add');
         assert.equal(file(), text(['Mail', 'tcp', 1, 25, 25, '192.168.1.25', 2525]));
@@ -181,7 +181,7 @@ describe('a new row', () => {
         assert.equal(file(),
             text(web, game, camera, ['Two-way radio 7', 'both', 1, 8000, 8010, '10.0.0.1', 65535]));
         assert.deepEqual(await shown(), empty, 'another one can be added');
-        assert.equal(log(), 'Port forwards: Added: Two-way radio 7. (admin)\n');
+        assert.equal(log(), 'Port forwards: Added: Two-way radio 7 (admin)\n');
         await page.visit('forwards');
         assert.deepEqual((await cells())[3],
             ['Two-way radio 7', 'TCP and UDP', '8000-8010', '10.0.0.1:65535']);
@@ -295,7 +295,7 @@ describe('a row', () => {
         await page.press('Save');
         assert.deepEqual(await page.messages(), ['Changed: Other console.']);
         assert.equal(file(), text(web, ['Other console', 'tcp', 0, 81, 81, '10.0.0.2', 82], camera));
-        assert.equal(log(), 'Port forwards: Changed: Other console. (admin)\n');
+        assert.equal(log(), 'Port forwards: Changed: Other console (admin)\n');
         assert.deepEqual(await shown(), empty);
         await page.visit('forwards');
         assert.deepEqual((await cells())[1], ['Other console', 'TCP', '81', '10.0.0.2:82']);
@@ -303,7 +303,8 @@ describe('a row', () => {
 
     const changes = [
         ['Name', 'fill', 'Web 2', 0, 'Web 2'], ['Protocol', 'selectOption', 'udp', 1, 'udp'],
-        ['Switched on', 'uncheck', undefined, 2, 0], ['To address', 'fill', '192.168.1.21', 5, '192.168.1.21'],
+        ['Switched on', 'uncheck', undefined, 2, 0],
+        ['To address', 'fill', '192.168.1.21', 5, '192.168.1.21'],
         ['Port there', 'fill', '81', 6, 81]
     ];
     for (const [label, change, argument, place, value] of changes)
@@ -524,9 +525,9 @@ describe('a row refuses', () => {
 });
 
 describe('the list refuses', () => {
-    const actions = ['up-1', 'down-3', 'up-0', 'up-4', 'down-0', 'down-4', 'delete-0', 'delete-4', 'delete-99',
-        'delete', 'delete-', 'delete--1', 'delete- 1', 'delete-x', 'delete-1x', 'delete-4294967297',
-        'up-4294967298', 'Delete-1', 'edit-1', '', '-', '-1'];
+    const actions = ['up-1', 'down-3', 'up-0', 'up-4', 'down-0', 'down-4', 'delete-0', 'delete-4',
+        'delete-99', 'delete', 'delete-', 'delete--1', 'delete- 1', 'delete-x', 'delete-1x',
+        'delete-4294967297', 'up-4294967298', 'Delete-1', 'edit-1', '', '-', '-1'];
     for (const action of actions)
         test(`the action "${action}"`, async () => {
             const before = snapshot();

@@ -153,7 +153,7 @@ describe('the names', () => {
             const before = snapshot();
             await save(text);
             assert.deepEqual(await page.refusals(),
-                ['text: The text holds a character that cannot be stored.']);
+                ['text: The text holds a character that cannot be stored, such as an emoji.']);
             assert.deepEqual(snapshot(), before);
             assert.equal(await page.field(label).inputValue(), text);
         });
@@ -168,8 +168,7 @@ describe('the names', () => {
         const before = snapshot();
         await save(`${most}#`);
         assert.deepEqual(await page.refusals(), [
-            'text: The text is longer than 8000 characters, or holds one that cannot be stored, an emoji ' +
-            'for example.'
+            'text: Use at most 8000 characters; these are 8001.'
         ]);
         assert.equal(await page.field(label).inputValue(), `${most}#`);
         assert.deepEqual(snapshot(), before);
@@ -248,7 +247,7 @@ describe('the names refuse', () => {
         test(`the control character ${code}`, async () => {
             const before = snapshot();
             assert.deepEqual(refusalsOf(await submit(`# a${String.fromCharCode(code)}b\n`)),
-                ['text: The text holds a character that cannot be stored.']);
+                ['text: The text holds a character that cannot be stored, such as an emoji.']);
             assert.deepEqual(snapshot(), before);
         });
 
@@ -265,8 +264,7 @@ describe('the names refuse', () => {
         const before = snapshot();
         const answer = await submit('# x\n'.repeat(30000));
         assert.deepEqual(refusalsOf(answer), [
-            'text: The text is longer than 8000 characters, or holds one that cannot be stored, an emoji ' +
-            'for example.'
+            'text: Use at most 8000 characters; these are 120000.'
         ]);
         assert.deepEqual(snapshot(), before);
     });

@@ -173,9 +173,10 @@ describe('the overview', () => {
 describe('the chart', () => {
     inBrowser();
 
+    // Where a line goes, in hundredths of the chart.
     const points = async (name) => {
         const all = await page.tab.locator(`#chart polyline.${name}`).getAttribute('points');
-        return all.split(' ').map((point) => point.split(',').map(Number));
+        return all === '' ? [] : all.split(' ').map((point) => point.split(',').map(Number));
     };
 
     test('appears with the first figures, and grows', async () => {
@@ -184,8 +185,11 @@ describe('the chart', () => {
             () => document.querySelector('#chart polyline.down').points.length >= 3);
         for (const name of ['down', 'up']) {
             const [least, most] = expected[`${name}_margin`];
-            for (const [, y] of await points(name))
+            const all = await points(name);
+            for (const [, y] of all)
                 assert.ok(y >= 100 - 5 * most && y <= 100 - 5 * least, `${name} at ${y}`);
+            assert.deepEqual(all, [...all].sort(([a], [b]) => a - b));
+            assert.equal(all.at(-1)[0], 100);
         }
         assert.match(await page.tab.locator('#chart figcaption').textContent(), /last 2 minutes, 0 to 20 dB/);
         assert.equal(await page.tab.locator('#chart svg').getAttribute('aria-label'),
@@ -207,20 +211,32 @@ describe('the chart', () => {
         // From another page: the script of this one would write over them.
         await page.visit('lan');
         await page.tab.evaluate(() => sessionStorage.setItem('readings',
-            JSON.stringify(Array.from({length: 200}, (_, i) => [i % 20, 5]))));
+            JSON.stringify([20, 15, 9, 1].map((minutes) => [Date.now() - 60_000 * minutes, minutes, 5]))));
         await page.visit('overview');
         await page.tab.locator('#chart svg').waitFor();
-        assert.equal((await points('down')).length, 200);
-        assert.match(await page.tab.locator('#chart figcaption').textContent(), /last 10 minutes/);
+        assert.deepEqual((await points('down')).slice(0, 2).map(([, y]) => y), [55, 95]);
+        assert.ok((await points('down')).length >= 3);
+        assert.match(await page.tab.locator('#chart figcaption').textContent(), /last (9|10) minutes/);
     });
 
-    test('is not there while the line says nothing', async () => {
+    test('has no lines while the line says nothing', async () => {
         setItem('device/dsl', '/dev/no-such-device');
         await page.visit('lan');
         await page.tab.evaluate(() => sessionStorage.clear());
         await page.visit('overview');
         await refreshed();
-        assert.ok(await page.tab.locator('#chart').isHidden());
+        for (const name of ['down', 'up'])
+            assert.deepEqual(await points(name), []);
+    });
+
+    test('begins anew when what was kept cannot be read', async () => {
+        for (const kept of ['[[', '{"a": 1}', 'null', '7']) {
+            await page.visit('lan');
+            await page.tab.evaluate((text) => sessionStorage.setItem('readings', text), kept);
+            await page.visit('overview');
+            await page.tab.locator('#chart svg').waitFor();
+            assert.ok((await points('down')).length >= 1);
+        }
     });
 });
 
@@ -355,7 +371,8 @@ describe('when a device is missing', () => {
     test('a flash partition that holds something else is said to be unreadable', async () => {
         for (const path of ['/dev/null', '/dev/zero', '/', '']) {
             setItem('device/flash', path);
-            assert.match((await send('/overview.cgi')).body, /<p>Its environment cannot be read\.<\/p>/, path);
+            const {body} = await send('/overview.cgi');
+            assert.match(body, /<p>Its environment cannot be read\.<\/p>/, path);
         }
     });
 

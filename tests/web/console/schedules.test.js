@@ -105,7 +105,7 @@ describe('the schedules', () => {
         assert.deepEqual(items('wifi'), defaults.wifi, 'the other schedule stays');
         await page.visit('schedules');
         assert.deepEqual(await shown('guests'), [true, '17:05', '0:00', 'Sat Sun']);
-        assert.deepEqual(await cron('guests'), ['5 17 * * 0,6 guests up', '0 0 * * 0,6 guests down']);
+        assert.deepEqual(await cron('guests'), ['5 17 * * 0,6 guests up', '0 0 * * 0,1 guests down']);
         assert.deepEqual(await shown('wifi'), [true, '6:30', '23:00', workdays]);
     });
 
