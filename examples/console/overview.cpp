@@ -46,8 +46,8 @@ constexpr Row kLine[] = {{"dsl_state", "State"},
                          {"dsl_power", "Power"},
                          {"dsl_trellis", "Trellis coding"},
                          {"dsl_path", "Path"},
-                         {"down_delay", "Delay in ms, download"},
-                         {"up_delay", "Delay in ms, upload"}};
+                         {"down_delay", "Delay down (ms)"},
+                         {"up_delay", "Delay up (ms)"}};
 
 struct Gauge {
     const char *key;

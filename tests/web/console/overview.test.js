@@ -377,7 +377,7 @@ describe('when a device is missing', () => {
     });
 
     test('an information that nobody knows names no model and no features', async () => {
-        for (const info of ['', '9', '<b>', '0'.repeat(300)]) {
+        for (const info of ['', '9', '<', '0'.repeat(300)]) {
             setItem('device/info', info);
             const {status: code, body} = await send('/overview.cgi');
             assert.equal(code, 200);
