@@ -26,7 +26,7 @@ constexpr unsigned kBullet = 0x2022;
 int modes(unsigned index, int /*arg*/, selectbox_text *pair) {
     static constexpr selectbox_text kModes[] = {{"pppoe", "PPPoE (DSL)"},
                                                 {"dhcp", "DHCP (cable, fibre)"},
-                                                {"static", "Fixed address"},
+                                                {"bridge", "Bridge (another device connects)"},
                                                 {"off", "Off"}};
     if (index >= std::size(kModes))
         return -1;

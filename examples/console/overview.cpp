@@ -41,12 +41,9 @@ struct Row {
     const char *label;
 };
 
-constexpr Row kLine[] = {{"dsl_state", "State"},
-                         {"dsl_mode", "Mode"},
-                         {"dsl_power", "Power"},
-                         {"dsl_trellis", "Trellis coding"},
-                         {"dsl_path", "Path"},
-                         {"down_delay", "Delay down (ms)"},
+constexpr Row kLine[] = {{"dsl_state", "State"},       {"dsl_mode", "Mode"},
+                         {"dsl_power", "Power"},       {"dsl_trellis", "Trellis coding"},
+                         {"dsl_path", "Path"},         {"down_delay", "Delay down (ms)"},
                          {"up_delay", "Delay up (ms)"}};
 
 struct Gauge {

@@ -61,7 +61,7 @@ describe('the connection', () => {
         const pairs = async (label) => Promise.all((await options(label)).map(async (option) =>
             [await option.getAttribute('value'), await option.textContent()]));
         assert.deepEqual(await pairs('Connection'), [
-            ['pppoe', 'PPPoE (DSL)'], ['dhcp', 'DHCP (cable, fibre)'], ['static', 'Fixed address'],
+            ['pppoe', 'PPPoE (DSL)'], ['dhcp', 'DHCP (cable, fibre)'], ['bridge', 'Bridge (another device connects)'],
             ['off', 'Off']
         ]);
         assert.deepEqual(await pairs('Provider'), [
@@ -101,7 +101,7 @@ describe('the connection', () => {
     });
 
     const changes = [
-        ['Connection', 'selectOption', 'static'],
+        ['Connection', 'selectOption', 'bridge'],
         ['Provider', 'selectOption', 'fibre'],
         ['User name', 'fill', 'other@dsl.example'],
         ['Password', 'fill', 'another'],
@@ -138,7 +138,7 @@ describe('the connection', () => {
 
     test('keeps what was typed beside the refusals, but no password, and changes nothing', async () => {
         const before = snapshot();
-        await box('Connection').selectOption('static');
+        await box('Connection').selectOption('bridge');
         await box('Provider').selectOption('fibre');
         await box('User name').fill('two words');
         await box('Password').fill('typed-but-lost');
@@ -158,7 +158,7 @@ describe('the connection', () => {
         for (const label of Object.keys(labels))
             shown.push(await box(label).inputValue());
         assert.deepEqual(shown,
-            ['static', 'fibre', 'two words', '••••••', '<9.9.9.9>', '192.0.2.54', '575', '12']);
+            ['bridge', 'fibre', 'two words', '••••••', '<9.9.9.9>', '192.0.2.54', '575', '12']);
         assert.equal(await box('User name').getAttribute('aria-invalid'), 'true');
         assert.equal(await box('User name').getAttribute('aria-describedby'), 'ppp_user-error');
         assert.equal(await focused(), 'ppp_user');
@@ -272,7 +272,7 @@ describe('the password', () => {
 
 describe('the connection takes', () => {
     const taken = [
-        ['mode', 'off'], ['mode', 'static'], ['provider', 'other'], ['ppp_user', 'u'.repeat(53) + '@x'],
+        ['mode', 'off'], ['mode', 'bridge'], ['provider', 'other'], ['ppp_user', 'u'.repeat(53) + '@x'],
         ['ppp_user', `#$%&()*+,-./:;<=>?@[\\]^_{|}~`], ['ppp_password', 'p'.repeat(64)],
         ['ppp_password', 'a*?#$%&()+,-./:;<=>@[\\]^_{|}~'], ['dns1', '1.2.3.4'],
         ['dns1', '255.255.255.254'], ['mtu', '576'], ['mtu', '1500'], ['vlan', '0'], ['vlan', '4094']

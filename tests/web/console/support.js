@@ -79,10 +79,17 @@ export function send(address, {method = 'GET', user = 'admin', password = passwo
     });
 }
 
-// The token that a user's pages carry.
+// The token that a user's pages carry. It holds as long as the password and the secret.
+const tokens = new Map();
+const secret = () => fs.existsSync(path.join(state, 'secret')) ? stored('secret') : '';
+
 export async function token(user = 'admin', page = 'account') {
-    const {body} = await send(`/${page}.cgi`, {user});
-    return /name="token" value="([^"]+)"/.exec(body)[1];
+    const key = `${page} ${user} ${stored(`items/accounts/${user}`)} ${secret()}`;
+    if (!tokens.has(key)) {
+        const {body} = await send(`/${page}.cgi`, {user});
+        tokens.set(key, /name="token" value="([^"]+)"/.exec(body)[1]);
+    }
+    return tokens.get(key);
 }
 
 // Posts fields as a form of a page would, with the user's token unless another one is given.
