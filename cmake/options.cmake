@@ -5,6 +5,7 @@ if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE Release CACHE STRING "Debug, Release, RelWithDebInfo or MinSizeRel" FORCE)
 endif()
 set(QMV_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined")
+option(QMV_COVERAGE "Count the lines and branches of the library that are run" OFF)
 option(QMV_WERROR "Treat warnings as errors" OFF)
 
 set(CMAKE_CXX_STANDARD 20)
@@ -44,6 +45,9 @@ function(qmv_library_options target)
     if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
         qmv_add_if_supported(${target} -fcf-protection)
     endif()
+    if(QMV_COVERAGE)
+        target_compile_options(${target} PRIVATE --coverage)
+    endif()
     if(NOT QMV_SANITIZE)
         target_compile_options(${target} PRIVATE
             $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
@@ -56,6 +60,9 @@ function(qmv_shared_link_options target)
         # A program or another library that defines, say, crc32 does not take over this one's calls.
         -Wl,-Bsymbolic-functions
         -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--gc-sections)
+    if(QMV_COVERAGE)
+        target_link_options(${target} PRIVATE --coverage)
+    endif()
     # A sanitizer brings functions of its own that stand in for those of libcrypt: it has to stay.
     if(NOT QMV_SANITIZE)
         target_link_options(${target} PRIVATE -Wl,--as-needed -Wl,-z,defs)
