@@ -1,21 +1,44 @@
 #include "accounts/listing.h"
 
+#include <cstddef>
 #include <cstring>
 
 namespace {
 
-int is_visible(const dirent *entry) {
+// The records that callers see are laid out as their programs know them, without large file support:
+// this folder is compiled like that. Directories are read with it, so that no inode is too large.
+#if defined(__GLIBC__)
+using Found = dirent64;
+constexpr auto scan = ::scandir64;
+constexpr auto by_name = ::alphasort64;
+#else
+using Found = dirent;
+constexpr auto scan = ::scandir;
+constexpr auto by_name = ::alphasort;
+#endif
+
+int is_visible(const Found *entry) {
     return entry->d_name[0] != '.' ? 1 : 0;
 }
 
 /// Bytes that an entry takes in the block.
-size_t stored_size(const dirent *entry) {
-    constexpr size_t kAlign = alignof(dirent);
-    return (entry->d_reclen + kAlign - 1) / kAlign * kAlign;
+size_t stored_size(const Found *entry) {
+    const size_t size = offsetof(dirent, d_name) + std::strlen(entry->d_name) + 1;
+    return (size + alignof(dirent) - 1) / alignof(dirent) * alignof(dirent);
+}
+
+void store(const Found *entry, char *place) {
+    const size_t size = stored_size(entry);
+    auto *stored = reinterpret_cast<dirent *>(place);
+    std::memset(place, 0, size);
+    stored->d_ino = static_cast<decltype(stored->d_ino)>(entry->d_ino);
+    stored->d_reclen = static_cast<unsigned short>(size);
+    stored->d_type = entry->d_type;
+    std::strcpy(place + offsetof(dirent, d_name), entry->d_name);
 }
 
 /// Copies an array of entries into one block.
-qmv::Block<dirent *> pack(dirent *const *entries, size_t count) {
+qmv::Block<dirent *> pack(Found *const *entries, size_t count) {
     size_t size = count * sizeof(void *);
     size = (size + alignof(dirent) - 1) / alignof(dirent) * alignof(dirent);
     size_t offset = size;
@@ -27,7 +50,7 @@ qmv::Block<dirent *> pack(dirent *const *entries, size_t count) {
     auto **packed = reinterpret_cast<dirent **>(block.get());
     for (size_t i = 0; i < count; ++i) {
         packed[i] = reinterpret_cast<dirent *>(block.get() + offset);
-        std::memcpy(block.get() + offset, entries[i], entries[i]->d_reclen);
+        store(entries[i], block.get() + offset);
         offset += stored_size(entries[i]);
     }
     (void)block.release();
@@ -39,9 +62,9 @@ qmv::Block<dirent *> pack(dirent *const *entries, size_t count) {
 namespace qmv {
 
 Listing list_directory(const char *path) {
-    dirent **found = nullptr;
+    Found **found = nullptr;
     Listing listing;
-    const int count = path != nullptr ? ::scandir(path, &found, is_visible, ::alphasort) : -1;
+    const int count = path != nullptr ? scan(path, &found, is_visible, by_name) : -1;
     if (count >= 0) {
         listing.entries = pack(found, static_cast<size_t>(count));
         listing.count = listing.entries ? count : -1;

@@ -1,12 +1,12 @@
 #include <fcntl.h>
 #include <mtd/mtd-user.h>
-#include <sys/ioctl.h>
 
 #include <cstring>
 #include <string_view>
 
 #include "qmv/system.h"
 #include "qmv/util.h"
+#include "util/ioctl.h"
 #include "util/owners.h"
 
 namespace {
@@ -69,7 +69,7 @@ int read_uboot_env(const char *device_path) {
     if (device.get() < 0)
         return device.get();
     mtd_info_user info{};
-    const int result = ::ioctl(device.get(), MEMGETINFO, &info);
+    const int result = qmv::ioctl(device.get(), MEMGETINFO, &info);
     if (result < 0)
         return result;
     if (info.type != MTD_NORFLASH && info.type != MTD_DATAFLASH)

@@ -1,10 +1,9 @@
-#include <sys/ioctl.h>
-
 #include <cstddef>
 #include <cstdio>
 #include <iterator>
 
 #include "qmv/system.h"
+#include "util/ioctl.h"
 
 namespace {
 
@@ -124,7 +123,7 @@ constexpr char kPowerStates[][16] = {"DSL_G997_PMS_NA", "DSL_G997_PMS_L0", "DSL_
 
 /// Makes a request. Returns what ioctl returned: not 0 is a failure.
 int ask(int fd, unsigned long request, void *block) {
-    return ::ioctl(fd, request, block);
+    return qmv::ioctl(fd, request, block);
 }
 
 char *put_number(char *buf, unsigned n, unsigned value) {

@@ -2,7 +2,6 @@
 #include <linux/sockios.h>
 #include <net/if.h>
 #include <netinet/in.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -12,6 +11,7 @@
 
 #include "qmv/system.h"
 #include "qmv/util.h"
+#include "util/ioctl.h"
 #include "util/owners.h"
 
 namespace {
@@ -46,7 +46,7 @@ class Interface {
 
     /// Makes a request. False when it, or the socket, failed.
     bool ask(unsigned long request) {
-        return socket_.get() >= 0 && ::ioctl(socket_.get(), request, &request_) >= 0;
+        return socket_.get() >= 0 && qmv::ioctl(socket_.get(), request, &request_) >= 0;
     }
     [[nodiscard]] const ifreq &answer() const { return request_; }
 
@@ -90,7 +90,7 @@ class InterfaceList {
             const int size = static_cast<int>(room * sizeof(ifreq));
             request.ifc_len = size;
             request.ifc_req = records_.get();
-            if (::ioctl(socket.get(), SIOCGIFCONF, &request) < 0)
+            if (qmv::ioctl(socket.get(), SIOCGIFCONF, &request) < 0)
                 return false;
             if (request.ifc_len < size) {
                 count_ = static_cast<size_t>(std::max(request.ifc_len, 0)) / sizeof(ifreq);

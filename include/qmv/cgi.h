@@ -68,7 +68,7 @@ void cgi_unescape(char *s);
 ///  - 0: another part follows; the input stands at its headers
 ///  - state: the closing delimiter was read, with the two bytes behind its tail
 ///  - 2: the input ended, a read failed or there was no memory; what was handed over stays, the
-///    last bytes that could still have begun a delimiter are lost
+///    last bytes, fewer than a delimiter has, are lost
 int scan_boundary(int fd, const char *boundary, unsigned state, qmv_writer writer,
                   void *writer_ctx);
 

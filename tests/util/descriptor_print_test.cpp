@@ -193,7 +193,7 @@ TEST(PrintFd, CountsNoFurtherThanTheLargestInt) {
         stdout = ::fopencookie(nullptr, "w", {nullptr, swallow, nullptr, nullptr});
         for (const long buffers : {kBuffers - 1, kBuffers}) {
             const InputFile file("");
-            if (::ftruncate(file.fd(), buffers * 4096) != 0)
+            if (::ftruncate64(file.fd(), off64_t{buffers} * 4096) != 0)
                 return 1;
             qmv_test::DescriptorCalls calls(file.fd());
             calls.pretends(buffers);

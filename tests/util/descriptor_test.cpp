@@ -248,7 +248,8 @@ TEST(FullWriteFd, WritesEverythingThroughSignals) {
     {
         // The pipe holds less than the content: only the signals make room in it.
         const Interruptions signals([](int) {
-            const ssize_t n = ::read(drain, arrived + count, std::min(kSize - count, 9000ul));
+            const std::size_t room = std::min<std::size_t>(kSize - count, 9000);
+            const ssize_t n = ::read(drain, arrived + count, room);
             if (n > 0)
                 count += static_cast<std::size_t>(n);
         });
