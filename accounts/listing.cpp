@@ -34,7 +34,7 @@ void store(const Found *entry, char *place) {
     stored->d_ino = static_cast<decltype(stored->d_ino)>(entry->d_ino);
     stored->d_reclen = static_cast<unsigned short>(size);
     stored->d_type = entry->d_type;
-    std::strcpy(place + offsetof(dirent, d_name), entry->d_name);
+    std::memcpy(place + offsetof(dirent, d_name), entry->d_name, std::strlen(entry->d_name));
 }
 
 /// Copies an array of entries into one block.

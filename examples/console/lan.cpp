@@ -115,7 +115,7 @@ void print_network(Console &console) {
     const auto print_address = [&](const Field &field) {
         console.text_field(field, 15, [&](const char *attributes) {
             uint32_t addr = 0;
-            const unsigned missing = rd_ipv4box_item(dir, field.name, &addr, 0);
+            const int missing = rd_ipv4box_item(dir, field.name, &addr, 0);
             gen_xipv4box(-1, &addr, missing != 0 ? PRINT_DISABLED : 0, "%s", attributes);
         });
     };
