@@ -23,9 +23,13 @@ std::string uploads() {
     return std::string(state != nullptr ? state : "") + "/uploads";
 }
 
+void remove_file() {
+    ::unlink(file_of_this_process);
+}
+
 // A server that gives up a request ends the program.
 void remove_and_exit(int /*signal*/) {
-    ::unlink(file_of_this_process);
+    remove_file();
     ::_exit(1);
 }
 
@@ -38,6 +42,7 @@ Upload::Upload(unsigned max_bytes)
     remove_leftovers();
     strsncpy(file_of_this_process, sizeof file_of_this_process, temporary_.c_str());
     std::signal(SIGTERM, remove_and_exit);
+    std::atexit(remove_file);  // a request that is refused ends the program, too
 }
 
 Upload::~Upload() {

@@ -224,6 +224,17 @@ describe('a firmware image without scripts', () => {
 
 const imagePart = (bytes, name = 'image.bin') => filePart('image', name, bytes);
 
+test('an upload whose form is refused behind the file leaves nothing behind', async () => {
+    const before = snapshot();
+    const answer = await postParts('maintenance', [
+        textPart('token', await token()), textPart('form', 'firmware'), imagePart('x'),
+        textPart('more', 'y'.repeat(5000))
+    ]);
+    assert.equal(answer.status, 400);
+    assert.deepEqual(list('uploads'), []);
+    assert.deepEqual(snapshot(), before);
+});
+
 describe('an upload byte by byte', () => {
     test('takes 32 MiB and stores every byte', async () => {
         const bytes = randomBytes(32 * mebi);

@@ -12,7 +12,7 @@ export const port = Number(process.env.QMV_PORT);
 export const site = `http://127.0.0.1:${port}`;
 export const passwords = {admin: 'admin', viewer: 'viewer'};
 
-// The pages, and for each of its text fields the form that it is in.
+// The pages, in the order of the navigation.
 export const pages = ['overview', 'lan', 'internet', 'vpn', 'certificates', 'schedules', 'forwards',
     'hosts', 'account', 'maintenance'];
 
