@@ -1,6 +1,7 @@
 // Many requests at once to the console, one in ten of which writes. Every one is answered, nothing is
 // left behind, and no value is torn: the library empties an item and writes it anew in place, so that
 // a reader could find it empty for a moment, and the console's lock keeps readers away meanwhile.
+// No program takes more memory than is said here.
 import assert from 'node:assert/strict';
 import {spawn} from 'node:child_process';
 import fs from 'node:fs';
@@ -9,7 +10,7 @@ import {test} from 'node:test';
 import {item, passwords, reset, setItem, site, token} from './console/support.js';
 import {eventually} from './support.js';
 
-const connections = 8;
+const connections = Number(process.env.QMV_LOAD_CONNECTIONS ?? 8);
 const requests = Number(process.env.QMV_LOAD_REQUESTS ?? 4000);
 const server = Number(fs.readFileSync(path.join(process.env.QMV_WORK, 'pid'), 'utf8'));
 
@@ -46,6 +47,18 @@ function usage() {
     };
 }
 
+// The most memory in KiB that a run of each program took, the pages of shared libraries included.
+const maxPeak = 4096;
+function peaks() {
+    const most = {};
+    for (const line of fs.readFileSync(path.join(process.env.QMV_WORK, 'peak'), 'utf8').split('\n')) {
+        const [name, memory] = line.split(' ');
+        if (name)
+            most[name] = Math.max(most[name] ?? 0, Number(memory));
+    }
+    return most;
+}
+
 // Processes that the web server has started and that are still there.
 const children = () =>
     fs.readFileSync(`/proc/${server}/task/${server}/children`, 'utf8').trim();
@@ -73,3 +86,15 @@ test(`${requests} requests over ${connections} connections`, async (context) => 
     assert.ok(after.memory < before.memory + 2048, `${before.memory} KiB grew to ${after.memory} KiB`);
     assert.ok(after.descriptors <= before.descriptors + connections);
 });
+
+const measured = process.env.QMV_PRELOAD.includes('libqmv_peak.so');
+test(`no program takes more than ${maxPeak} KiB`,
+    {skip: measured ? false : 'a sanitizer takes a multiple'}, (context) => {
+        const most = peaks();
+        context.diagnostic(`most memory in KiB: ${JSON.stringify(most)}`);
+        // Beside them the commands that they run.
+        for (const name of ['forwards', 'hosts', 'lan', 'schedules', 'status', 'vpn'])
+            assert.ok(`${name}.cgi` in most, `${name} was never run`);
+        for (const [name, memory] of Object.entries(most))
+            assert.ok(memory > 0 && memory <= maxPeak, `${name} took ${memory} KiB`);
+    });
