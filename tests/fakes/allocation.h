@@ -2,16 +2,21 @@
 #ifndef QMV_TESTS_FAKES_ALLOCATION_H
 #define QMV_TESTS_FAKES_ALLOCATION_H
 
-// A sanitizer has an allocator of its own; the tests that need this one are left out there.
 #if defined(__SANITIZE_ADDRESS__)
-#define QMV_FAKE_ALLOCATION 0
+#define QMV_ADDRESS_SANITIZER 1
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer)
-#define QMV_FAKE_ALLOCATION 0
+#define QMV_ADDRESS_SANITIZER 1
 #endif
 #endif
+#ifndef QMV_ADDRESS_SANITIZER
+#define QMV_ADDRESS_SANITIZER 0
+#endif
+
+// A sanitizer has an allocator of its own, and valgrind, too: there the tests that need this one are
+// left out.
 #ifndef QMV_FAKE_ALLOCATION
-#define QMV_FAKE_ALLOCATION 1
+#define QMV_FAKE_ALLOCATION (!QMV_ADDRESS_SANITIZER)
 #endif
 
 namespace qmv_test {

@@ -148,7 +148,7 @@ TEST(RunShell, ReturnsTheRawWaitStatus) {
         {"exit 2", 512},   {"exit 255", 65280},
         {"false", kExit1}, {"false; true", 0},
         {"kill -9 $$", 9}, {"kill -15 $$", 15},
-        {"kill -1 $$", 1}, {"exec sh -c 'exit 7'", 1792},
+        {"kill -14 $$", 14}, {"exec sh -c 'exit 7'", 1792},
     };
     for (const auto &row : rows) {
         EXPECT_EQ(run(0, row.command), (Outcome{row.status, ""})) << row.command;
