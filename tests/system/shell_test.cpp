@@ -890,7 +890,7 @@ TEST(SignalProcess, SendsTheSignal) {
     } rows[] = {
         {"with line feed", SIGTERM, "\n"},
         {"without line feed", SIGUSR1, ""},
-        {"up to the first character that is no digit", SIGHUP, " running"},
+        {"up to the first character that is no digit", SIGALRM, " running"},
     };
     for (const auto &row : rows) {
         const TempDir dir;
