@@ -4,6 +4,7 @@
 #include <qmv/accounts.h>
 #include <sys/stat.h>
 
+#include <cstddef>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -13,6 +14,7 @@
 
 #include "tests/fakes/allocation.h"
 #include "tests/support/certificates.h"
+#include "tests/support/held_memory.h"
 #include "tests/support/io.h"
 #include "tests/support/process_state.h"
 #include "tests/support/program.h"
@@ -154,6 +156,23 @@ TEST(CertDirSetup, KeepsArrayAndEntriesInOneBlock) {
     std::free(cd.entries);
 }
 
+TEST(CertDirSetup, KeepsInodeLengthAndTypeOfEachEntry) {
+    const TempDir dir;
+    dir.write("a.pem", "x");
+    make_directory_in(dir, "b");
+    Listing listing(dir.path());
+    ASSERT_EQ(listing.names(), (Names{"a.pem", "b"}));
+    const unsigned char types[] = {DT_REG, DT_DIR};
+    for (int i = 0; i < 2; ++i) {
+        const dirent *const entry = listing.get()->entries[i];
+        struct stat info;
+        ASSERT_EQ(::stat(dir.file(entry->d_name).c_str(), &info), 0);
+        EXPECT_EQ(entry->d_ino, static_cast<decltype(entry->d_ino)>(info.st_ino)) << i;
+        EXPECT_EQ(entry->d_type, types[i]) << i;
+        EXPECT_GT(entry->d_reclen, offsetof(dirent, d_name) + std::strlen(entry->d_name)) << i;
+    }
+}
+
 #if QMV_FAKE_ALLOCATION
 TEST(CertDirSetup, IsNegativeWithoutMemory) {
     const TempDir dir;
@@ -201,6 +220,17 @@ TEST(CertDirFree, ClearsEntriesAndCount) {
         EXPECT_EQ(cd.count, 0) << call;
         EXPECT_STREQ(cd.dir, dir.path()) << call;
     }
+}
+
+TEST(CertDirFree, FreesAllOfAListing) {
+    const TempDir dir;
+    for (int i = 0; i < 50; ++i)
+        dir.write(std::to_string(i), "x");
+    EXPECT_EQ(Listing(dir.path()).result(), 50) << "what the allocator keeps is there from now on";
+    const std::size_t before = qmv_test::held_memory();
+    for (int i = 0; i < 50; ++i)
+        EXPECT_EQ(Listing(dir.path()).result(), 50);
+    EXPECT_LT(qmv_test::held_memory(), before + 20000);
 }
 
 TEST(CertDirFree, LeavesTheCountOfADirectoryThatCouldNotBeRead) {

@@ -102,6 +102,14 @@ TEST(ReadItemAllocFd, ReturnsANegativeDescriptorAsItIs) {
     EXPECT_EQ(out, &marker) << "out was touched";
 }
 
+TEST(ReadItemAllocFd, ReadsDescriptorZero) {
+    const auto child = qmv_test::run_child("value\n", [] {
+        EXPECT_EQ(alloc_fd(STDIN_FILENO, 20).text, "value");
+        return testing::Test::HasFailure() ? 1 : 0;
+    });
+    EXPECT_EQ(child.status, 0) << child.output;
+}
+
 TEST(ReadItemAllocFd, StoresTheBufferAlsoWhenTheReadFails) {
     const TempDir dir;
     const int fd = ::open(dir.path(), O_RDONLY | O_CLOEXEC);

@@ -144,6 +144,14 @@ TEST(ReadItemFd, ReturnsANegativeDescriptorAsItIs) {
     EXPECT_STREQ(buffer, "xyz") << "the buffer was touched";
 }
 
+TEST(ReadItemFd, ReadsDescriptorZero) {
+    const auto child = qmv_test::run_child("value\n", [] {
+        EXPECT_EQ(read_fd(STDIN_FILENO, 63).text, "value");
+        return testing::Test::HasFailure() ? 1 : 0;
+    });
+    EXPECT_EQ(child.status, 0) << child.output;
+}
+
 TEST(ReadItemFd, ReturnsMinusOneForANullBuffer) {
     const InputFile file("abc");
     EXPECT_EQ(read_item_fd(file.fd(), nullptr, 3), -1);
@@ -155,9 +163,12 @@ TEST(ReadItemFd, StoresAnEmptyValueWhenTheReadFails) {
     const int fd = open_path_name(dir.path(), "", 0, 0);
     ASSERT_GE(fd, 0);
     const Value value = read_fd(fd, 63);
-    ::close(fd);
     EXPECT_EQ(value.result, -1);
     EXPECT_EQ(value.text, "");
+    char around[] = "<xyz";
+    EXPECT_EQ(read_item_fd(fd, around + 1, 2), -1);
+    ::close(fd);
+    EXPECT_STREQ(around, "<") << "written in front of the buffer";
 }
 
 TEST(ReadItem, ReadsAValue) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tests/fakes/allocation.h"
+#include "tests/support/held_memory.h"
 #include "tests/support/io.h"
 #include "tests/support/item_file.h"
 #include "tests/support/output.h"
@@ -329,6 +330,15 @@ TEST(FreeDb, ReturnsZero) {
     EXPECT_EQ(free_db(nullptr), 0) << "null";
     EXPECT_EQ(free_db(read_list("a\nb\n\n\nc\n").release()), 0);
     EXPECT_EQ(free_db(record_without_text()), 0) << "a field without memory";
+}
+
+TEST(FreeDb, FreesRecordsAndFields) {
+    std::string content;
+    for (int i = 0; i < 200; ++i)
+        content += std::string(500, 'a') + "\n" + std::string(500, 'b') + "\n\n";
+    const std::size_t before = qmv_test::held_memory();
+    EXPECT_EQ(free_db(read_list(content, 60).release()), 0);
+    EXPECT_LT(qmv_test::held_memory(), before + 50000);
 }
 
 // ---- gen_selectbox_dbase ----

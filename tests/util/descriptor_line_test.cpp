@@ -10,6 +10,7 @@
 #include "tests/fakes/allocation.h"
 #include "tests/fakes/descriptor.h"
 #include "tests/support/descriptors.h"
+#include "tests/support/held_memory.h"
 #include "tests/support/io.h"
 
 using qmv_test::InputFile;
@@ -283,6 +284,14 @@ TEST(RdFileLine, ClosesTheFile) {
     lines_of(path, result);
     lines_of(directory.file("none"), result);
     EXPECT_EQ(open_descriptors(), before);
+}
+
+TEST(RdFileLine, FreesItsBuffer) {
+    const TempDir directory;
+    const std::string path = directory.write("f", std::string(100000, 'x'));
+    const std::size_t before = qmv_test::held_memory();
+    EXPECT_EQ(rd_file_line(path.c_str(), nullptr, nullptr), 0);
+    EXPECT_LT(qmv_test::held_memory(), before + 20000);
 }
 
 #if QMV_FAKE_ALLOCATION

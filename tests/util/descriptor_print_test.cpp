@@ -92,6 +92,15 @@ TEST(PrintFd, FailsOnADescriptorWithoutAFile) {
     EXPECT_EQ(printing.output, "");
 }
 
+TEST(PrintFd, TakesNoSizeFromAnotherFileForADescriptorWithoutOne) {
+    // What the first call leaves on the stack would be a size for the second.
+    const InputFile empty("");
+    const auto printing =
+        print_to(Sink::kFullDevice, kUnbuffered,
+                 {[&] { return print_fd(empty.fd()); }, [] { return print_fd(-1); }});
+    EXPECT_EQ(printing.counts, (std::vector<int>{0, -1}));
+}
+
 TEST(PrintFd, FailsOnAFileThatCannotBeRead) {
     const TempDir directory;
     const int fd = ::open(directory.write("f", "abc").c_str(), O_WRONLY | O_CLOEXEC);

@@ -13,6 +13,7 @@
 
 #include "tests/fakes/allocation.h"
 #include "tests/fakes/directory.h"
+#include "tests/support/held_memory.h"
 #include "tests/support/io.h"
 #include "tests/support/process_state.h"
 
@@ -140,8 +141,8 @@ TEST(RemoveDirLeaf, RemovesTheDirectoryAndEveryFileInIt) {
     dir.write("beside", "x");
     for (const std::string &name : kOddNames)
         dir.write("leaf/" + name, "x");
-    dir.write("leaf/.hidden", "x");
-    dir.write("leaf/..hidden", "x");
+    for (const char *name : {"x", ".x", "x.", "..x", "..."})
+        dir.write(std::string("leaf/") + name, "x");
     ASSERT_EQ(::symlink("../beside", dir.file("leaf/link").c_str()), 0);
     ASSERT_EQ(::symlink("nowhere", dir.file("leaf/broken").c_str()), 0);
     ASSERT_EQ(::mkfifo(dir.file("leaf/fifo").c_str(), 0666), 0);
@@ -273,6 +274,17 @@ TEST(CheckDir, CountsManyEntries) {
     for (int i = 0; i < 1000; ++i)
         dir.write(std::to_string(i), "");
     EXPECT_EQ(check_dir(dir.path()), 1000);
+}
+
+TEST(CheckDir, FreesWhatItReads) {
+    const TempDir dir;
+    for (int i = 0; i < 50; ++i)
+        dir.write(std::to_string(i), "x");
+    EXPECT_EQ(check_dir(dir.path()), 50) << "what the allocator keeps is there from now on";
+    const std::size_t before = qmv_test::held_memory();
+    for (int i = 0; i < 50; ++i)
+        EXPECT_EQ(check_dir(dir.path()), 50);
+    EXPECT_LT(qmv_test::held_memory(), before + 20000);
 }
 
 TEST(CheckDir, FailsForWhatCannotBeOpened) {

@@ -3,6 +3,7 @@
 #include <net/if_arp.h>
 #include <qmv/widgets.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -234,6 +235,17 @@ TEST(IfHwaddrNtop, EmptiesTheBufferWithoutADescriptor) {
         if_hwaddr_ntop("lo", '-', buf, sizeof buf);
     }
     EXPECT_STREQ(buf, "");
+}
+
+TEST(IfHwaddrNtop, AsksThroughDescriptorZeroAsWell) {
+    const auto child = qmv_test::run_child("", [] {
+        ::close(STDIN_FILENO);
+        char buf[18] = "";
+        EXPECT_STREQ(if_hwaddr_ntop("lo", '-', buf, sizeof buf), "00-00-00-00-00-00");
+        EXPECT_EQ(::dup(STDOUT_FILENO), STDIN_FILENO) << "it is in use";
+        return testing::Test::HasFailure() ? 1 : 0;
+    });
+    EXPECT_EQ(child.status, 0) << child.output;
 }
 
 TEST(IfHwaddrNtop, LeavesNoDescriptorOpen) {

@@ -4,12 +4,14 @@
 #include <qmv/widgets.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <ostream>
 #include <string>
 
 #include "tests/fakes/allocation.h"
+#include "tests/fakes/descriptor.h"
 #include "tests/support/io.h"
 #include "tests/support/item_file.h"
 #include "tests/support/malformed.h"
@@ -383,6 +385,19 @@ TEST(TextareaFiles, LeaveNoDescriptorOpenAndPrintNothing) {
     EXPECT_EQ(open_descriptors(), before);
 }
 
+TEST(TextareaFile, WorksWithDescriptorZeroClosed) {
+    const ItemFile item("old");
+    const auto child = qmv_test::run_child("", [&] {
+        ::close(STDIN_FILENO);
+        EXPECT_EQ(get(item.dir(), item.name(), 20), (Got{61, true, "old"}));
+        EXPECT_EQ(update_textarea_file(item.dir(), item.name(), "new", 20), 4);
+        EXPECT_EQ(::dup(STDOUT_FILENO), STDIN_FILENO) << "it is in use";
+        return testing::Test::HasFailure() ? 1 : 0;
+    });
+    EXPECT_EQ(child.status, 0) << child.output;
+    EXPECT_EQ(item.content(), "new");
+}
+
 #if QMV_FAKE_ALLOCATION
 
 /// The descriptor that the next open() gives.
@@ -390,6 +405,14 @@ int next_descriptor() {
     const int fd = ::open("/", O_RDONLY | O_CLOEXEC);
     ::close(fd);
     return fd;
+}
+
+TEST(GetTextareaFile, FileThatFailsBehindItsBeginningGivesAnEmptyText) {
+    const ItemFile item("abcdef");
+    qmv_test::DescriptorCalls file(next_descriptor());
+    file.moves(3).fails(EIO);
+    EXPECT_EQ(get(item.dir(), item.name(), 20), (Got{61, true, ""}));
+    EXPECT_EQ(file.unused(), 0u);
 }
 
 TEST(GetTextareaFile, GivesMinusOneWithoutMemoryAndOpensNothing) {
