@@ -48,7 +48,7 @@ bool leave_mounts() {
         ::unshare(CLONE_NEWNS) == 0 ||
         (::unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0 && write_file("/proc/self/uid_map", user) &&
          write_file("/proc/self/setgroups", "deny") && write_file("/proc/self/gid_map", group));
-    return left && ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    return left && ::mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
 constexpr const char *kDiskOptions = "size=128k,nr_inodes=20";
@@ -111,7 +111,7 @@ void OwnDisk::fill_names() const {
 }
 
 void OwnDisk::make_read_only() const {
-    EXPECT_EQ(::mount(nullptr, path_.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    EXPECT_EQ(::mount("none", path_.c_str(), "none", MS_REMOUNT | MS_RDONLY, nullptr), 0);
 }
 
 void PrintTo(BrokenOutput::Kind kind, std::ostream *out) {
