@@ -10,12 +10,56 @@
 #include "qmv/cgi.h"
 #include "qmv/util.h"
 #include "util/ascii.h"
+#include "util/lines.h"
+#include "util/lookahead.h"
 #include "util/owners.h"
 
 namespace {
 
 constexpr unsigned kLineSize = 1024;
 constexpr std::string_view kHeaderStart = "Content-";
+
+/// Descriptor 0 while the header lines of a part are read: looks ahead where that is possible.
+class HeaderInput {
+  public:
+    /// To be called where header lines begin, and where they end.
+    void begin() { is_ahead_ = ahead_.possible(); }
+    void end() {
+        if (is_ahead_)
+            ahead_.take(window_, static_cast<size_t>(at_));
+        at_ = size_ = 0;
+    }
+
+    /// Reads a line as full_line_read_fd() does.
+    int read_line(char *line) {
+        if (!is_ahead_)
+            return full_line_read_fd(STDIN_FILENO, line, kLineSize);
+        return qmv::read_crlf_line([this](char *to, int count) { return read(to, count); }, line,
+                                   kLineSize);
+    }
+
+  private:
+    int read(char *to, int count) {
+        for (int done = 0; done < count; ++done) {
+            if (at_ == size_ && !fill())
+                return size_ < 0 ? -1 : done;
+            to[done] = window_[at_++];
+        }
+        return count;
+    }
+
+    bool fill() {
+        end();
+        size_ = ahead_.show(window_, sizeof window_);
+        return size_ > 0;
+    }
+
+    qmv::LookAhead ahead_{STDIN_FILENO};
+    bool is_ahead_ = false;
+    char window_[kLineSize];
+    int at_ = 0;
+    int size_ = 0;
+};
 
 /// The records of one part and the header lines that their strings point into.
 class Batch {
@@ -34,8 +78,8 @@ class Batch {
     [[nodiscard]] cgivar *records() { return records_.data(); }
     [[nodiscard]] unsigned count() const { return static_cast<unsigned>(count_); }
 
-    /// Reads the header lines of the part from descriptor 0, up to its empty line.
-    void read_headers();
+    /// Reads the header lines of the part, up to its empty line.
+    void read_headers(HeaderInput &input);
 
   private:
     bool add_header(char *line);
@@ -53,23 +97,27 @@ class Batch {
     size_t line_count_ = 0;
 };
 
-void Batch::read_headers() {
+void Batch::read_headers(HeaderInput &input) {
+    input.begin();
     // Intended: five kept lines end the headers, and a line that does not fit the buffer ends the
     // input.
     while (line_count_ < lines_.size()) {
         auto line = qmv::Block<char>::allocate(kLineSize);
-        if (!line)
+        if (!line) {
+            input.end();
             qmv::cgi_fatal("cgidecode(): Couldn't malloc for multipart.\r");
-        const int length = full_line_read_fd(STDIN_FILENO, line.get(), kLineSize);
+        }
+        const int length = input.read_line(line.get());
         if (length < 0) {
             line = qmv::Block<char>();
             qmv::cgi_fatal("cgidecode(): Couldn't read multipart line from STDIN.\r");
         }
         if (length == 0)
-            return;
+            break;
         if (add_header(line.get()))
             lines_[line_count_++] = std::move(line);
     }
+    input.end();
 }
 
 /// Makes records of a header line. False when the line is not kept.
@@ -110,9 +158,9 @@ void Batch::add_parameters(cgivar *header, char *cursor) {
 }
 
 /// Hands one part to the callback, or skips it. Returns the part's result: 0 when another follows.
-int decode_part(void *ctx, char *boundary, cgivars_callback cb) {
+int decode_part(void *ctx, char *boundary, cgivars_callback cb, HeaderInput &input) {
     Batch batch(boundary);
-    batch.read_headers();
+    batch.read_headers(input);
     if (cb == nullptr || !batch.has_headers())
         return scan_boundary(STDIN_FILENO, boundary, 3, nullptr, nullptr);
     return cb(ctx, batch.records(), batch.count(), CGI_MODE_MULTIPART);
@@ -128,7 +176,8 @@ int decode_parts(void *ctx, char *boundary, cgivars_callback cb) {
         cgivar record{nullptr, name, boundary};
         cb(ctx, &record, 1, CGI_MODE_MULTIPART);
     }
-    while (decode_part(ctx, boundary, cb) == 0) {
+    HeaderInput input;
+    while (decode_part(ctx, boundary, cb, input) == 0) {
     }
     return cb != nullptr ? cb(ctx, nullptr, 0, CGI_MODE_MULTIPART) : 0;
 }

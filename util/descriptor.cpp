@@ -97,25 +97,8 @@ int print_fsize(long long size) {
 }
 
 int full_line_read_fd(int fd, char *buf, unsigned size) {
-    if (buf == nullptr || size < 2)
-        return -1;
-    const int first = full_read_fd(fd, buf, 2);
-    if (first < 1)
-        return first;
-    unsigned held = static_cast<unsigned>(first);
-    for (;;) {
-        // Intended: once a byte was overwritten (held > size) the end of the line can no longer be
-        // seen, and it is read to the end of the input.
-        if (held >= 2 && held <= size && buf[held - 2] == '\r' && buf[held - 1] == '\n') {
-            buf[held - 2] = '\0';
-            return qmv::clamp_to_int(held - 2);
-        }
-        const int n = full_read_fd(fd, buf + std::min(held, size - 1), 1);
-        if (n < 1)
-            return n;
-        if (held <= size)
-            ++held;
-    }
+    return qmv::read_crlf_line([fd](char *to, int len) { return full_read_fd(fd, to, len); }, buf,
+                               size);
 }
 
 int rd_file_line(const char *path, int (*callback)(void *ctx, char *line), void *ctx) {

@@ -1,9 +1,11 @@
-// Lines of a stream, of any length.
+// Lines: of a stream, of any length; of another input, ended by CR LF.
 #ifndef QMV_UTIL_LINES_H
 #define QMV_UTIL_LINES_H
 
+#include <algorithm>
 #include <cstdio>
 
+#include "util/ascii.h"
 #include "util/owners.h"
 
 namespace qmv {
@@ -28,6 +30,30 @@ class [[nodiscard]] LineBuffer {
     char *line_;
     std::size_t size_ = kSize;
 };
+
+/// What full_line_read_fd() does, from an input that `read` reads as full_read_fd() would.
+template <typename Read>
+int read_crlf_line(Read read, char *buf, unsigned size) {
+    if (buf == nullptr || size < 2)
+        return -1;
+    const int first = read(buf, 2);
+    if (first < 1)
+        return first;
+    unsigned held = static_cast<unsigned>(first);
+    for (;;) {
+        // Intended: once a byte was overwritten (held > size) the end of the line can no longer be
+        // seen, and it is read to the end of the input.
+        if (held >= 2 && held <= size && buf[held - 2] == '\r' && buf[held - 1] == '\n') {
+            buf[held - 2] = '\0';
+            return clamp_to_int(held - 2);
+        }
+        const int n = read(buf + std::min(held, size - 1), 1);
+        if (n < 1)
+            return n;
+        if (held <= size)
+            ++held;
+    }
+}
 
 }  // namespace qmv
 

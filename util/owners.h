@@ -17,7 +17,10 @@ class [[nodiscard]] Descriptor {
   public:
     explicit Descriptor(int fd) : fd_(fd) {}
     Descriptor(Descriptor &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    Descriptor &operator=(Descriptor &&) = delete;
+    Descriptor &operator=(Descriptor &&other) noexcept {
+        std::swap(fd_, other.fd_);
+        return *this;
+    }
     ~Descriptor() { close_now(); }
 
     [[nodiscard]] int get() const { return fd_; }
