@@ -8,7 +8,39 @@
 #include "qmv/items.h"
 #include "qmv/util.h"
 #include "util/ascii.h"
+#include "util/lookahead.h"
 #include "util/owners.h"
+
+namespace {
+
+/// Ends a text at its first control character. Returns its length.
+int end_value(char *buf, int length) {
+    char *end = std::find_if(buf, buf + length, qmv::is_control);
+    *end = '\0';
+    return static_cast<int>(end - buf);
+}
+
+/// Reads a value from an item of the library's own: up to the first piece with a control character,
+/// which is all of a file, without asking once more for its end.
+int read_value(int fd, char *buf, int size) {
+    if (fd < 0)
+        return fd;
+    int length = 0;
+    int value = 0;
+    while (length < size && value == length) {
+        const int n = qmv::read_once(fd, buf + length, static_cast<size_t>(size - length));
+        if (n < 0)
+            value = n;
+        if (n < 1)
+            break;
+        value += end_value(buf + length, n);
+        length += n;
+    }
+    buf[std::max(value, 0)] = '\0';
+    return value;
+}
+
+}  // namespace
 
 int read_item_fd(int fd, char *buf, int size) {
     if (fd < 0)
@@ -17,11 +49,7 @@ int read_item_fd(int fd, char *buf, int size) {
         return -1;
     const int length = full_read_fd(fd, buf, size);
     buf[length < 0 ? 0 : length] = '\0';
-    if (length < 0)
-        return length;
-    char *end = std::find_if(buf, buf + length, qmv::is_control);
-    *end = '\0';
-    return static_cast<int>(end - buf);
+    return length < 0 ? length : end_value(buf, length);
 }
 
 int read_item(const char *dir, const char *name, char *buf, int size) {
@@ -29,7 +57,7 @@ int read_item(const char *dir, const char *name, char *buf, int size) {
         return -1;
     buf[0] = '\0';
     const qmv::Descriptor item(open_path_name(dir, name, O_RDONLY, 0));
-    return read_item_fd(item.get(), buf, size);
+    return read_value(item.get(), buf, size);
 }
 
 int read_item_alloc_fd(int fd, char **out, int min_size) {

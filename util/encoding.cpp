@@ -5,6 +5,7 @@
 
 #include "qmv/util.h"
 #include "util/ascii.h"
+#include "util/utf8.h"
 
 namespace {
 
@@ -33,44 +34,12 @@ static_assert(kGsmBasic[kGsmEscape] == 0xA0, "the escape septet has its own entr
 // Characters of the extension table: an escape and one further septet. There is no form feed.
 constexpr std::u16string_view kGsmExtension = u"^{}\\[~]|\u20AC";
 
-/// One step of decoding: the code, or 0, and how many bytes it used.
-struct Decoded {
-    unsigned code;
-    unsigned used;
-};
-
-/// Decodes a sequence whose lead byte announces one or two continuation bytes.
-Decoded decode_sequence(const unsigned char *bytes, unsigned avail) {
-    const unsigned lead = bytes[0];
-    const unsigned length = lead < 0xE0 ? 2 : 3;
-    unsigned code = lead - (length == 2 ? 0xC0u : 0xE0u);
-    for (unsigned i = 1; i < length; ++i) {
-        if (avail == i)
-            return {0, 0};
-        if (bytes[i] == 0)
-            return {0, i};
-        // Intended: the ASCII byte is consumed together with the bad lead byte.
-        if (bytes[i] < 0x80)
-            return {0, i + 1};
-        code = (code << 6) + (bytes[i] - 0x80u);
-    }
-    return {code & 0xFFFF, length};
-}
-
 }  // namespace
 
 unsigned utf8_to_ucs2(const char **cursor, unsigned avail) {
     if (cursor == nullptr || avail == 0 || *cursor == nullptr)
         return 0;
-    const auto *bytes = reinterpret_cast<const unsigned char *>(*cursor);
-    const unsigned lead = bytes[0];
-    if (lead == 0)
-        return 0;
-    Decoded step{lead, 1};
-    if (lead >= 0xC0 && lead < 0xF0)
-        step = decode_sequence(bytes, avail);
-    else if (lead >= 0x80)
-        step.code = 0;
+    const qmv::Decoded step = qmv::decode_utf8(*cursor, avail);
     *cursor += step.used;
     return step.code;
 }
