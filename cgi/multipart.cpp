@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view kDelimiterStart = "\r\n--";
 constexpr int kStartSize = static_cast<int>(kDelimiterStart.size());
 constexpr int kChunkSize = 1024;  // the most that a caller's writer receives in one call
-constexpr int kPlainReads = 8;    // enough for a short field; looking ahead takes some calls to begin
+constexpr int kPlainReads = 8;  // enough for a short field; looking ahead takes some calls to begin
 constexpr size_t kLargeSize = 3 * qmv::LookAhead::kWindow;
 
 /// Searches the stream for one delimiter: "\r\n--" and the boundary. It takes no more than the rest
@@ -38,13 +38,17 @@ class DelimiterSearch {
         if (buffer_ == nullptr)
             return 2;
         const int result = find() ? read_tail(state) : 2;
-        if (is_ahead_)
-            ahead_.take(buffer_ + window_, static_cast<size_t>(std::max(0, held_ - window_)));
-        return result;
+        return leave() ? result : 2;
     }
 
   private:
     static constexpr int kFound = -1;
+
+    /// Takes from the descriptor what of the bytes shown last belongs to the part.
+    bool leave() {
+        return !is_ahead_ ||
+               ahead_.take(buffer_ + window_, static_cast<size_t>(std::max(0, held_ - window_)));
+    }
 
     /// Hands the content to the writer. True when the delimiter was read, false when the input
     /// ended or failed before.
@@ -106,9 +110,11 @@ class DelimiterSearch {
             return qmv::read_once(fd_, buffer_ + shown_, static_cast<size_t>(wanted));
         }
         // What is shown is smaller than what is wanted, so that all of it is taken.
-        ahead_.take(buffer_ + window_, static_cast<size_t>(shown_ - window_));
+        const bool taken = ahead_.take(buffer_ + window_, static_cast<size_t>(shown_ - window_));
         make_room(static_cast<int>(qmv::LookAhead::kWindow));
         window_ = shown_;
+        if (!taken)
+            return -1;
         return ahead_.show(buffer_ + shown_, static_cast<size_t>(capacity() - shown_));
     }
 

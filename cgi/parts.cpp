@@ -17,17 +17,20 @@
 namespace {
 
 constexpr unsigned kLineSize = 1024;
+constexpr const char *kReadFailed = "cgidecode(): Couldn't read multipart line from STDIN.\r";
 constexpr std::string_view kHeaderStart = "Content-";
 
 /// Descriptor 0 while the header lines of a part are read: looks ahead where that is possible.
 class HeaderInput {
   public:
-    /// To be called where header lines begin, and where they end.
+    /// To be called where header lines begin.
     void begin() { is_ahead_ = ahead_.possible(); }
-    void end() {
-        if (is_ahead_)
-            ahead_.take(window_, static_cast<size_t>(at_));
+
+    /// To be called where they end. False when what was read could not be taken.
+    bool end() {
+        const bool taken = !is_ahead_ || ahead_.take(window_, static_cast<size_t>(at_));
         at_ = size_ = 0;
+        return taken;
     }
 
     /// Reads a line as full_line_read_fd() does.
@@ -41,17 +44,18 @@ class HeaderInput {
   private:
     int read(char *to, int count) {
         for (int done = 0; done < count; ++done) {
-            if (at_ == size_ && !fill())
+            if (at_ == size_ && fill() < 1)
                 return size_ < 0 ? -1 : done;
             to[done] = window_[at_++];
         }
         return count;
     }
 
-    bool fill() {
-        end();
-        size_ = ahead_.show(window_, sizeof window_);
-        return size_ > 0;
+    /// Returns what was got: 0 at the end of the input, negative when reading failed.
+    int fill() {
+        const bool taken = end();
+        size_ = taken ? ahead_.show(window_, sizeof window_) : -1;
+        return size_;
     }
 
     qmv::LookAhead ahead_{STDIN_FILENO};
@@ -78,8 +82,9 @@ class Batch {
     [[nodiscard]] cgivar *records() { return records_.data(); }
     [[nodiscard]] unsigned count() const { return static_cast<unsigned>(count_); }
 
-    /// Reads the header lines of the part, up to its empty line.
-    void read_headers(HeaderInput &input);
+    /// Reads the header lines of the part, up to its empty line. Returns null, or the message of a
+    /// failure.
+    const char *read_headers(HeaderInput &input);
 
   private:
     bool add_header(char *line);
@@ -97,27 +102,22 @@ class Batch {
     size_t line_count_ = 0;
 };
 
-void Batch::read_headers(HeaderInput &input) {
-    input.begin();
+const char *Batch::read_headers(HeaderInput &input) {
     // Intended: five kept lines end the headers, and a line that does not fit the buffer ends the
     // input.
     while (line_count_ < lines_.size()) {
         auto line = qmv::Block<char>::allocate(kLineSize);
-        if (!line) {
-            input.end();
-            qmv::cgi_fatal("cgidecode(): Couldn't malloc for multipart.\r");
-        }
+        if (!line)
+            return "cgidecode(): Couldn't malloc for multipart.\r";
         const int length = input.read_line(line.get());
-        if (length < 0) {
-            line = qmv::Block<char>();
-            qmv::cgi_fatal("cgidecode(): Couldn't read multipart line from STDIN.\r");
-        }
+        if (length < 0)
+            return kReadFailed;
         if (length == 0)
             break;
         if (add_header(line.get()))
             lines_[line_count_++] = std::move(line);
     }
-    input.end();
+    return nullptr;
 }
 
 /// Makes records of a header line. False when the line is not kept.
@@ -158,12 +158,28 @@ void Batch::add_parameters(cgivar *header, char *cursor) {
 }
 
 /// Hands one part to the callback, or skips it. Returns the part's result: 0 when another follows.
-int decode_part(void *ctx, char *boundary, cgivars_callback cb, HeaderInput &input) {
+/// `failure` becomes the message of one.
+int decode_part(void *ctx, char *boundary, cgivars_callback cb, HeaderInput &input,
+                const char *&failure) {
     Batch batch(boundary);
-    batch.read_headers(input);
+    input.begin();
+    failure = batch.read_headers(input);
+    if (!input.end() && failure == nullptr)
+        failure = kReadFailed;
+    if (failure != nullptr)
+        return -1;
     if (cb == nullptr || !batch.has_headers())
         return scan_boundary(STDIN_FILENO, boundary, 3, nullptr, nullptr);
     return cb(ctx, batch.records(), batch.count(), CGI_MODE_MULTIPART);
+}
+
+/// Decodes the parts up to the last. Returns null, or the message of a failure.
+const char *decode_all(void *ctx, char *boundary, cgivars_callback cb) {
+    HeaderInput input;
+    const char *failure = nullptr;
+    while (decode_part(ctx, boundary, cb, input, failure) == 0) {
+    }
+    return failure;
 }
 
 }  // namespace
@@ -176,9 +192,8 @@ int decode_parts(void *ctx, char *boundary, cgivars_callback cb) {
         cgivar record{nullptr, name, boundary};
         cb(ctx, &record, 1, CGI_MODE_MULTIPART);
     }
-    HeaderInput input;
-    while (decode_part(ctx, boundary, cb, input) == 0) {
-    }
+    if (const char *failure = decode_all(ctx, boundary, cb); failure != nullptr)
+        cgi_fatal(failure);
     return cb != nullptr ? cb(ctx, nullptr, 0, CGI_MODE_MULTIPART) : 0;
 }
 

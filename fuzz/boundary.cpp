@@ -39,7 +39,7 @@ void fuzz::run(Input &input) {
     if ((options & 2) != 0 && middle != body.npos)
         body.insert(middle, std::string(options * 16, '\r'));
 
-    const Pipe pipe(body, pieces);
+    const Pipe pipe(body, pieces, static_cast<Pipe::Kind>(options / 4 % 3));
     Content content;
     const int result = scan_boundary(pipe.fd(), boundary.c_str(), state, take, &content);
     const std::string rest = pipe.rest();

@@ -69,7 +69,7 @@ void fuzz::run(Input &input) {
     ::setenv("CONTENT_LENGTH", length, 1);
     ::unsetenv("QUERY_STRING");
 
-    const Pipe pipe(body, pieces);
+    const Pipe pipe(body, pieces, static_cast<Pipe::Kind>(options / 16 % 3));
     Calls calls;
     const bool with_callback = (options & 8) == 0;
     int result = 0;

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -258,9 +259,17 @@ std::optional<int> exit_status(const std::function<void()> &call) {
     return here.status;
 }
 
-Pipe::Pipe(std::string_view content, std::string pieces) {
+Pipe::Pipe(std::string_view content, std::string pieces, Kind kind) {
+    if (kind == Kind::kFile) {
+        fd_ = open_content(content);
+        cut = {fd_, std::move(pieces), 0, false};
+        return;
+    }
     int ends[2];
-    CHECK(::pipe2(ends, O_CLOEXEC) == 0);
+    if (kind == Kind::kPipe)
+        CHECK(::pipe2(ends, O_CLOEXEC) == 0);
+    else
+        CHECK(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0);
     CHECK(::write(ends[1], content.data(), content.size()) == static_cast<ssize_t>(content.size()));
     ::close(ends[1]);
     fd_ = ends[0];

@@ -47,11 +47,13 @@ std::string printed(const std::function<void()> &call);
 /// library had allocated is freed then.
 std::optional<int> exit_status(const std::function<void()> &call);
 
-/// A pipe that holds a content, read in pieces. Each byte of `pieces` cuts one read() to so many
+/// A pipe, or what stands in for one, that holds a content, read in pieces. Each byte of `pieces` cuts one read() to so many
 /// bytes: 254 is a signal that interrupts it, 255 a failure. Behind them reads are not cut.
 class Pipe {
   public:
-    explicit Pipe(std::string_view content, std::string pieces = "");
+    enum class Kind { kPipe, kFile, kSocket };
+
+    explicit Pipe(std::string_view content, std::string pieces = "", Kind kind = Kind::kPipe);
     Pipe(const Pipe &) = delete;
     Pipe &operator=(const Pipe &) = delete;
     ~Pipe();

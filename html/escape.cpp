@@ -125,8 +125,8 @@ size_t plain_run(const char *text, size_t limit) {
 
 /// Writes "#" and a number of at most five digits. Returns the length.
 size_t put_number(char *out, unsigned number) {
-    const size_t digits = number < 1000 ? (number < 100 ? (number < 10 ? 1 : 2) : 3)
-                                        : (number < 10000 ? 4 : 5);
+    const size_t digits =
+        number < 1000 ? (number < 100 ? (number < 10 ? 1 : 2) : 3) : (number < 10000 ? 4 : 5);
     out[0] = '#';
     for (size_t place = digits; place > 0; --place) {
         out[place] = static_cast<char>('0' + number % 10);
@@ -222,8 +222,7 @@ class EscapedOutput {
     /// The end of the character that a byte belongs to, counted from the start of one before it.
     static const char *behind_character(const char *character, const char *byte) {
         for (;;) {
-            const char *end =
-                *character != '&' ? character + 1 : std::strchr(character, ';') + 1;
+            const char *end = *character != '&' ? character + 1 : std::strchr(character, ';') + 1;
             if (byte < end)
                 return end;
             character = end;

@@ -77,18 +77,18 @@ int LookAhead::show(char *to, size_t room) {
 }
 
 int LookAhead::show_copy(char *to, size_t room) {
-    const int count =
-        uninterrupted([=, this] { return ::tee(fd_, copy_in_.get(), room, 0); });
+    const int count = uninterrupted([=, this] { return ::tee(fd_, copy_in_.get(), room, 0); });
     return count > 0 ? full_read_fd(copy_out_.get(), to, count) : count;
 }
 
-void LookAhead::take(char *shown, size_t count) {
+bool LookAhead::take(char *shown, size_t count) {
     const size_t left = shown_ - count;
     shown_ = 0;
-    if (kind_ != Kind::kFile)
-        full_read_fd(fd_, shown, static_cast<int>(count));  // the same bytes again
-    else if (left > 0)
-        ::lseek(fd_, -static_cast<off_t>(left), SEEK_CUR);
+    if (kind_ == Kind::kFile)
+        return left == 0 || ::lseek(fd_, -static_cast<off_t>(left), SEEK_CUR) >= 0;
+    // The same bytes again.
+    const int length = static_cast<int>(count);
+    return length == 0 || full_read_fd(fd_, shown, length) == length;
 }
 
 }  // namespace qmv

@@ -24,8 +24,9 @@ class LookAhead {
     /// end of the input, negative when reading failed. All that was shown before must be taken.
     int show(char *to, std::size_t room);
 
-    /// Takes the first `count` of the bytes shown last, which still stand at `shown`.
-    void take(char *shown, std::size_t count);
+    /// Takes the first `count` of the bytes shown last, which still stand at `shown`. False when that
+    /// failed.
+    bool take(char *shown, std::size_t count);
 
   private:
     enum class Kind { kUnknown, kFile, kSocket, kPipe, kOther };
