@@ -47,7 +47,8 @@ std::string printed(const std::function<void()> &call);
 /// library had allocated is freed then.
 std::optional<int> exit_status(const std::function<void()> &call);
 
-/// A pipe, or what stands in for one, that holds a content, read in pieces. Each byte of `pieces` cuts one read() to so many
+/// A pipe, or what stands in for one, that holds a content, read in pieces. Each byte of `pieces`
+/// cuts one read() to so many
 /// bytes: 254 is a signal that interrupts it, 255 a failure. Behind them reads are not cut.
 class Pipe {
   public:
