@@ -1,4 +1,3 @@
-#include <crypt.h>
 #include <unistd.h>
 
 #include <array>
@@ -7,6 +6,7 @@
 #include <ctime>
 #include <string_view>
 
+#include "accounts/crypt.h"
 #include "qmv/accounts.h"
 #include "qmv/items.h"
 #include "qmv/util.h"
@@ -43,7 +43,7 @@ Salt make_salt(int seed) {
 
 /// Hashes a password. Null when that fails: crypt may return a text that is no hash then.
 const char *hash(const char *password, const char *salt) {
-    const char *result = ::crypt(password, salt);
+    const char *result = qmv::call_crypt(password, salt);
     return result != nullptr && result[0] != '*' ? result : nullptr;
 }
 

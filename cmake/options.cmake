@@ -59,11 +59,11 @@ function(qmv_shared_link_options target)
         -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/cmake/libqmv.map
         # A program or another library that defines, say, crc32 does not take over this one's calls.
         -Wl,-Bsymbolic-functions
-        -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--gc-sections)
+        # Functions of the C library are bound when they are first called: a page calls few of them.
+        -Wl,-z,relro -Wl,-z,lazy -Wl,-z,noexecstack -Wl,--gc-sections)
     if(QMV_COVERAGE)
         target_link_options(${target} PRIVATE --coverage)
     endif()
-    # A sanitizer brings functions of its own that stand in for those of libcrypt: it has to stay.
     if(NOT QMV_SANITIZE)
         target_link_options(${target} PRIVATE -Wl,--as-needed -Wl,-z,defs)
     endif()

@@ -214,7 +214,6 @@ int update_password_item(const char *dir, const char *name, const char *value, u
     if (!text)
         return -1;
     unsigned seen = 0;
-    unsigned bullets = 0;
     unsigned refused = 0;
     while (*value != '\0' && text.collector.chars() < maxchars) {
         const unsigned ch = utf8_to_ucs2(&value, qmv::kNoLimit);
@@ -222,14 +221,14 @@ int update_password_item(const char *dir, const char *name, const char *value, u
             continue;
         ++seen;
         if (ch == kBullet)
-            ++bullets;
-        else if (!text.collector.accepts(ch))
+            continue;
+        if (!text.collector.accepts(ch))
             ++refused;
         else
             text.collector.add(ch);
     }
     if (rejected != nullptr)
-        *rejected = seen == bullets ? 0 : refused;
+        *rejected = refused;
     // Intended: with any bullet or refused character in it, nothing is written; an empty value is.
     return seen == text.collector.chars() ? text.update(dir, name, maxchars) : 0;
 }

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <qmv/cgi.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -113,11 +114,10 @@ constexpr const char *kBody =
     "\r\n"
     "\r\n--B--\r\n";
 
-// A line is read two bytes first and then byte by byte: 4 reads for "--B", 13 for the header, 1 for
-// the empty line. Of the content 5 bytes come first, as many as a delimiter has, then one by one.
-constexpr Nth kFirstHeader = {1, 18};
-constexpr Nth kFirstDelimiter = {23, 25};
-constexpr unsigned kSecondHeader = 26;
+// The header lines come in one reading, and what is behind them is put back. Of the content 5 bytes
+// come first, as many as a delimiter has, then one by one.
+constexpr Nth kFirstDelimiter = {6, 8};
+constexpr unsigned kSecondHeader = 9;
 
 TEST(GetCgiVars, EndsWhenAHeaderCannotBeReadOrStored) {
     const std::string no_line = "cgidecode(): Couldn't read multipart line from STDIN.";
@@ -135,12 +135,16 @@ TEST(GetCgiVars, EndsWhenAHeaderCannotBeReadOrStored) {
         .fails(Call::kStrdup, "0")
         .fails(Call::kMalloc, ended(no_memory, begun))
         .fails(Call::kMalloc, ended(no_memory, part), only(4))
-        .fails(Call::kRead, ended(no_line, begun), kFirstHeader)
+        .fails(Call::kRead, ended(no_line, begun), only(1))
+        .fails(Call::kSeek, ended(no_line, begun), only(1))
+        .fails(Call::kSeek, ended(no_line, part), only(2))
+        // Without looking ahead.
+        .fails(Call::kFstat, whole)
         // What could be the beginning of a delimiter is lost.
-        .fails(Call::kRead, cut(""), only(19))
-        .fails(Call::kRead, cut("he"), only(20))
-        .fails(Call::kRead, cut("hel"), only(21))
-        .fails(Call::kRead, cut("hell"), only(22))
+        .fails(Call::kRead, cut(""), only(2))
+        .fails(Call::kRead, cut("he"), only(3))
+        .fails(Call::kRead, cut("hel"), only(4))
+        .fails(Call::kRead, cut("hell"), only(5))
         .fails(Call::kRead, cut("hello"), kFirstDelimiter)
         .fails(Call::kRead, ended(no_line, part), only(kSecondHeader))
         .fails(Call::kRead, whole, from(kSecondHeader + 1))
@@ -176,6 +180,106 @@ TEST(ScanBoundary, HandsOverWhatCouldBeRead) {
         .fails(Call::kRead, "2 \"hel\"", only(3))
         .fails(Call::kRead, "2 \"hell\"", only(4))
         .fails(Call::kRead, "2 \"hello\"", from(5))
+        .check();
+}
+
+/// The scanning of a descriptor that was filled with a content by the test.
+std::string scan_end(int reader, int writer, const std::string &content) {
+    {
+        const Aside aside;
+        if (::write(writer, content.data(), content.size()) != static_cast<ssize_t>(content.size()))
+            return "not written";
+        ::close(writer);
+    }
+    std::string received;
+    const int result = scan_boundary(reader, "B", 3, collect, &received);
+    std::string rest(64, '\0');
+    {
+        const Aside aside;
+        const ssize_t left = ::read(reader, rest.data(), rest.size());
+        rest.resize(left > 0 ? static_cast<std::size_t>(left) : 0);
+        ::close(reader);
+    }
+    return std::to_string(result) + " " + in_quotes(received) + " then " + in_quotes(rest);
+}
+
+std::string scan_pipe(const std::string &content) {
+    int ends[2];
+    {
+        const Aside aside;
+        if (::pipe2(ends, O_CLOEXEC) != 0)
+            return "no pipe";
+    }
+    return scan_end(ends[0], ends[1], content);
+}
+
+std::string scan_connection(const std::string &content) {
+    int ends[2];
+    {
+        const Aside aside;
+        if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+            return "no connection";
+    }
+    return scan_end(ends[0], ends[1], content);
+}
+
+// Of a longer content 5 bytes come first and then six single ones; the eighth reading looks ahead.
+constexpr unsigned kLookingAhead = 8;
+constexpr const char *kLonger = "abcdefghijklmnopqrst\r\n--B\r\nnext";
+constexpr const char *kLongerContent = "abcdefghijklmnopqrst";
+
+TEST(ScanBoundary, LooksAheadInAFile) {
+    const std::string whole = "0 " + in_quotes(kLongerContent);
+    Scenario scenario([](const TempDir &dir) { return scan(dir, "B"); });
+    scenario.with("in", kLonger).gives(whole);
+    scenario.fails(Call::kRead, "2 \"\"", only(1));
+    for (unsigned n = 2; n <= kLookingAhead; ++n)
+        scenario.fails(Call::kRead, "2 " + in_quotes(std::string(kLongerContent, n)), only(n));
+    scenario.fails(Call::kMalloc, whole)
+        .fails(Call::kFstat, whole)
+        // What is behind the part could not be put back.
+        .fails(Call::kSeek, "2 " + in_quotes(kLongerContent))
+        .check();
+}
+
+TEST(ScanBoundary, LooksAheadInAPipe) {
+    const std::string whole = "0 " + in_quotes(kLongerContent) + " then \"next\"";
+    const std::string first = "2 " + in_quotes("abcdefgh") + " then " + in_quotes(kLonger + 11);
+    Scenario scenario([](const TempDir &) { return scan_pipe(kLonger); });
+    scenario.gives(whole);
+    scenario.fails(Call::kRead, "2 \"\" then " + in_quotes(kLonger), only(1));
+    for (unsigned n = 2; n < kLookingAhead; ++n)
+        scenario.fails(Call::kRead,
+                       "2 " + in_quotes(std::string(kLongerContent, n)) + " then " +
+                           in_quotes(kLonger + n + 3),
+                       only(n));
+    // The copy cannot be read; the part is found and cannot be taken.
+    scenario.fails(Call::kRead, first, only(kLookingAhead))
+        .fails(Call::kRead, "2 " + in_quotes(kLongerContent) + " then " + in_quotes(kLonger + 11),
+               only(kLookingAhead + 1))
+        .fails(Call::kPeek, first)
+        .fails(Call::kMalloc, whole)
+        .fails(Call::kFstat, whole)
+        .fails(Call::kPipe, whole)
+        .check();
+}
+
+TEST(ScanBoundary, LooksAheadInAConnection) {
+    const std::string whole = "0 " + in_quotes(kLongerContent) + " then \"next\"";
+    Scenario scenario([](const TempDir &) { return scan_connection(kLonger); });
+    scenario.gives(whole);
+    scenario.fails(Call::kRead, "2 \"\" then " + in_quotes(kLonger), only(1));
+    for (unsigned n = 2; n < kLookingAhead; ++n)
+        scenario.fails(Call::kRead,
+                       "2 " + in_quotes(std::string(kLongerContent, n)) + " then " +
+                           in_quotes(kLonger + n + 3),
+                       only(n));
+    scenario
+        .fails(Call::kRead, "2 " + in_quotes(kLongerContent) + " then " + in_quotes(kLonger + 11),
+               only(kLookingAhead))
+        .fails(Call::kPeek, "2 " + in_quotes("abcdefgh") + " then " + in_quotes(kLonger + 11))
+        .fails(Call::kMalloc, whole)
+        .fails(Call::kFstat, whole)
         .check();
 }
 

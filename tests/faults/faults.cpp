@@ -12,9 +12,10 @@ namespace qmv_test {
 namespace {
 
 constexpr const char *kNames[] = {
-    "malloc", "calloc", "realloc", "strdup", "asprintf", "scandir", "fopen",  "getline", "fread",
-    "fwrite", "fclose", "popen",   "pclose", "open",     "read",    "write",  "close",   "stat",
-    "fstat",  "ioctl",  "socket",  "mkdir",  "chmod",    "rmdir",   "unlink", "kill",    "crypt",
+    "malloc", "calloc", "realloc", "strdup", "asprintf", "scandir", "fopen", "getline",
+    "fread",  "fwrite", "fclose",  "popen",  "pclose",   "open",    "read",  "recv or tee",
+    "lseek",  "pipe2",  "write",   "close",  "stat",     "fstat",   "ioctl", "socket",
+    "mkdir",  "chmod",  "rmdir",   "unlink", "kill",     "crypt",
 };
 static_assert(std::size(kNames) == kCalls);
 

@@ -25,6 +25,9 @@ enum class Call {
     kPclose,
     kOpen,
     kRead,
+    kPeek,  ///< recv() and tee(): bytes are seen and stay
+    kSeek,
+    kPipe,
     kWrite,
     kClose,
     kStat,

@@ -277,6 +277,44 @@ ssize_t __wrap___read_chk(int fd, void *buffer, std::size_t count, std::size_t s
     return __wrap_read(fd, buffer, count);
 }
 
+ssize_t __real_recv(int fd, void *buffer, std::size_t count, int flags);
+ssize_t __wrap_recv(int fd, void *buffer, std::size_t count, int flags);
+ssize_t __wrap_recv(int fd, void *buffer, std::size_t count, int flags) {
+    return move(Call::kPeek, count,
+                [=](std::size_t n) { return __real_recv(fd, buffer, n, flags); });
+}
+
+ssize_t __wrap___recv_chk(int fd, void *buffer, std::size_t count, std::size_t size, int flags);
+ssize_t __wrap___recv_chk(int fd, void *buffer, std::size_t count, std::size_t size, int flags) {
+    if (count > size)
+        std::abort();
+    return __wrap_recv(fd, buffer, count, flags);
+}
+
+ssize_t __real_tee(int from, int to, std::size_t count, unsigned flags);
+ssize_t __wrap_tee(int from, int to, std::size_t count, unsigned flags);
+ssize_t __wrap_tee(int from, int to, std::size_t count, unsigned flags) {
+    return move(Call::kPeek, count, [=](std::size_t n) { return __real_tee(from, to, n, flags); });
+}
+
+off_t __real_lseek(int fd, off_t offset, int whence);
+off_t __wrap_lseek(int fd, off_t offset, int whence);
+off_t __wrap_lseek(int fd, off_t offset, int whence) {
+    return make<off_t>(Call::kSeek, -1, __real_lseek, fd, offset, whence);
+}
+
+off64_t __real_lseek64(int fd, off64_t offset, int whence);
+off64_t __wrap_lseek64(int fd, off64_t offset, int whence);
+off64_t __wrap_lseek64(int fd, off64_t offset, int whence) {
+    return make<off64_t>(Call::kSeek, -1, __real_lseek64, fd, offset, whence);
+}
+
+int __real_pipe2(int ends[2], int flags);
+int __wrap_pipe2(int ends[2], int flags);
+int __wrap_pipe2(int ends[2], int flags) {
+    return make<int>(Call::kPipe, -1, __real_pipe2, ends, flags);
+}
+
 ssize_t __real_write(int fd, const void *buffer, std::size_t count);
 ssize_t __wrap_write(int fd, const void *buffer, std::size_t count);
 ssize_t __wrap_write(int fd, const void *buffer, std::size_t count) {
