@@ -204,29 +204,24 @@ class EscapedOutput {
     /// Each character is printed on its own account: one that fails does not keep the following
     /// ones from being tried, though nothing more of its own entity is.
     void flush() {
-        const char *next = buffer_;
-        const char *const end = buffer_ + std::exchange(used_, 0);
-        while (next < end) {
+        std::string_view left(buffer_, std::exchange(used_, 0));
+        while (!left.empty()) {
             const auto done =
-                static_cast<unsigned>(print_mem(next, static_cast<unsigned>(end - next)));
+                static_cast<unsigned>(print_mem(left.data(), static_cast<unsigned>(left.size())));
             printed_ += done;
-            if (done == static_cast<unsigned>(end - next))
-                return;
-            next = behind_character(next, next + done);
+            left.remove_prefix(behind_character(left, done));
         }
     }
 
     void add_printed(int count) { printed_ += static_cast<unsigned>(count); }
 
   private:
-    /// The end of the character that a byte belongs to, counted from the start of one before it.
-    static const char *behind_character(const char *character, const char *byte) {
-        for (;;) {
-            const char *end = *character != '&' ? character + 1 : std::strchr(character, ';') + 1;
-            if (byte < end)
-                return end;
-            character = end;
-        }
+    /// The end of the character that the byte at a place belongs to.
+    static size_t behind_character(std::string_view text, size_t place) {
+        size_t end = 0;
+        while (end <= place && end < text.size())
+            end = text[end] == '&' ? text.find(';', end) + 1 : end + 1;
+        return end;
     }
 
     char buffer_[512];

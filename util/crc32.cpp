@@ -43,6 +43,7 @@ constexpr std::array<Table, kSlices> make_tables() {
 constexpr auto kTables = make_tables();
 static_assert(kTables[0][1] == 0x77073096);
 
+#ifndef QMV_SMALL
 /// The four bytes that come next in the sum, the first one lowest.
 constexpr uint32_t load(const unsigned char *bytes) {
     return bytes[0] | (uint32_t{bytes[1]} << 8) | (uint32_t{bytes[2]} << 16) |
@@ -54,6 +55,7 @@ constexpr uint32_t sum(uint32_t bytes, size_t behind) {
     return kTables[behind + 3][bytes & 0xFF] ^ kTables[behind + 2][(bytes >> 8) & 0xFF] ^
            kTables[behind + 1][(bytes >> 16) & 0xFF] ^ kTables[behind][bytes >> 24];
 }
+#endif
 
 }  // namespace
 
@@ -61,10 +63,10 @@ unsigned crc32(unsigned crc, const unsigned char *buf, int len) {
     if (buf == nullptr)
         return crc;
     int left = std::max(len, 0);
-    if constexpr (kSlices == 8) {
-        for (; left >= 8; left -= 8, buf += 8)
-            crc = sum(load(buf) ^ crc, 4) ^ sum(load(buf + 4), 0);
-    }
+#ifndef QMV_SMALL
+    for (; left >= 8; left -= 8, buf += 8)
+        crc = sum(load(buf) ^ crc, 4) ^ sum(load(buf + 4), 0);
+#endif
     for (; left > 0; --left)
         crc = kTables[0][(crc ^ *buf++) & 0xFF] ^ (crc >> 8);
     return crc;

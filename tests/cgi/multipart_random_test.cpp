@@ -380,7 +380,7 @@ TEST(ScanBoundaryKinds, SlowProcessesGiveTheSame) {
     const std::string body = qmv_test::pattern(300000) + "\r\n--" + boundary.substr(0, 20) +
                              qmv_test::pattern(9000) + "\r\n--" + boundary + "\r\nnext";
     const Scan expected = scan_by_steps(body, boundary);
-    for (const std::size_t piece : {13, 500, 4096, 65536, 400000})
+    for (const std::size_t piece : {13U, 500U, 4096U, 65536U, 400000U})
         expect_same(scan(qmv_test::InputPipe(body, piece), boundary, kState), expected, "pipe");
 }
 

@@ -144,10 +144,10 @@ TEST(RunShell, ReturnsTheRawWaitStatus) {
         const char *command;
         int status;
     } rows[] = {
-        {"exit 0", 0},     {"exit 1", kExit1},
-        {"exit 2", 512},   {"exit 255", 65280},
-        {"false", kExit1}, {"false; true", 0},
-        {"kill -9 $$", 9}, {"kill -15 $$", 15},
+        {"exit 0", 0},       {"exit 1", kExit1},
+        {"exit 2", 512},     {"exit 255", 65280},
+        {"false", kExit1},   {"false; true", 0},
+        {"kill -9 $$", 9},   {"kill -15 $$", 15},
         {"kill -14 $$", 14}, {"exec sh -c 'exit 7'", 1792},
     };
     for (const auto &row : rows) {
