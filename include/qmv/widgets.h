@@ -205,7 +205,8 @@ char *textarea_to_unix(char *dst, const char *src);
 ///                   sequence, which the caller frees, also when the result is 0; untouched at -1
 /// @param maxchars   characters at most; 3 * maxchars bytes are read
 /// @return
-///  - above 0: size of the text's memory, 3 * maxchars + 1
+///  - above 0: size of the text's memory, 3 * maxchars + 1; a file that cannot be read gives an
+///    empty text
 ///  - 0: the file cannot be opened; the text is empty
 ///  - -1: a null argument or no memory
 int get_textarea_file(char **out, const char *dir, const char *name, unsigned maxchars);
@@ -218,6 +219,7 @@ int get_textarea_file(char **out, const char *dir, const char *name, unsigned ma
 ///  - above 0: bytes written, plus 1
 ///  - -1: a null argument, or the file does not exist or cannot be opened or written
 ///  - -2: no memory (intended: the descriptor of the file stays open)
+/// A file that cannot be read counts as empty.
 /// Intended: a text that was cut is written again when it is posted again, since the whole of it is
 /// compared.
 int update_textarea_file(const char *dir, const char *name, const char *text, unsigned maxchars);

@@ -23,6 +23,10 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
+#if defined(QMV_COVERAGE)
+extern "C" void __gcov_dump(void);
+#endif
+
 namespace qmv_test {
 namespace {
 
@@ -251,6 +255,9 @@ class Remains {
 /// Ends the process at once when the library ends it: what is held then does not matter.
 void leave(int status, void *) {
     std::fflush(nullptr);
+#if defined(QMV_COVERAGE)
+    __gcov_dump();
+#endif
     ::_exit(status);
 }
 
