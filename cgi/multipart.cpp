@@ -28,8 +28,8 @@ class DelimiterSearch {
           writer_(writer),
           writer_ctx_(writer_ctx),
           length_(static_cast<int>(boundary.size())),
-          small_size_(std::max(kChunkSize, length_ + kStartSize)),
-          small_(static_cast<size_t>(small_size_)),
+          capacity_(std::max(kChunkSize, length_ + kStartSize)),
+          small_(static_cast<size_t>(capacity_)),
           buffer_(small_.get()),
           ahead_(fd) {}
 
@@ -115,29 +115,28 @@ class DelimiterSearch {
         window_ = shown_;
         if (!taken)
             return -1;
-        return ahead_.show(buffer_ + shown_, static_cast<size_t>(capacity() - shown_));
+        const int n = ahead_.show(buffer_ + shown_, static_cast<size_t>(capacity_ - shown_));
+        is_ahead_ = n >= 0 || ahead_.possible();
+        return is_ahead_ ? n : qmv::read_once(fd_, buffer_ + shown_, static_cast<size_t>(wanted));
     }
 
     /// From now on looks ahead, if the descriptor and the memory allow it.
     void look_ahead() {
         constexpr int kMost = kLargeSize - qmv::LookAhead::kWindow;
-        if (small_size_ > kMost || !ahead_.possible())
+        if (capacity_ > kMost || !ahead_.possible())
             return;
         large_ = qmv::Block<char>::allocate(kLargeSize);
         if (!large_)
             return;
         std::memcpy(large_.get(), buffer_, static_cast<size_t>(shown_));
         buffer_ = large_.get();
+        capacity_ = kLargeSize;
         window_ = shown_;
         is_ahead_ = true;
     }
 
-    [[nodiscard]] int capacity() const {
-        return is_ahead_ ? static_cast<int>(kLargeSize) : small_size_;
-    }
-
     void make_room(int count) {
-        if (capacity() - shown_ >= count)
+        if (capacity_ - shown_ >= count)
             return;
         if (is_own_writer())
             flush();
@@ -229,7 +228,7 @@ class DelimiterSearch {
     qmv_writer writer_;
     void *writer_ctx_;
     int length_;
-    int small_size_;
+    int capacity_;
     qmv::Scratch small_;
     qmv::Block<char> large_;
     char *buffer_;

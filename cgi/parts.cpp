@@ -35,8 +35,6 @@ class HeaderInput {
 
     /// Reads a line as full_line_read_fd() does.
     int read_line(char *line) {
-        if (!is_ahead_)
-            return full_line_read_fd(STDIN_FILENO, line, kLineSize);
         return qmv::read_crlf_line([this](char *to, int count) { return read(to, count); }, line,
                                    kLineSize);
     }
@@ -53,8 +51,14 @@ class HeaderInput {
 
     /// Returns what was got: 0 at the end of the input, negative when reading failed.
     int fill() {
-        const bool taken = end();
-        size_ = taken ? ahead_.show(window_, sizeof window_) : -1;
+        if (!end())
+            return size_ = -1;
+        if (is_ahead_) {
+            size_ = ahead_.show(window_, sizeof window_);
+            is_ahead_ = size_ >= 0 || ahead_.possible();
+        }
+        if (!is_ahead_)
+            size_ = qmv::read_once(STDIN_FILENO, window_, 1);
         return size_;
     }
 

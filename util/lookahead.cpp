@@ -72,6 +72,8 @@ int LookAhead::show(char *to, size_t room) {
         count = uninterrupted([=, this] { return ::recv(fd_, to, room, MSG_PEEK); });
     else
         count = show_copy(to, room);
+    if (count < 0 && (errno == ENOSYS || errno == EPERM || errno == EINVAL || errno == EOPNOTSUPP))
+        kind_ = Kind::kOther;
     shown_ = static_cast<size_t>(std::max(count, 0));
     return count;
 }

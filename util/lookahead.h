@@ -17,7 +17,8 @@ class LookAhead {
 
     explicit LookAhead(int fd) : fd_(fd) {}
 
-    /// Whether the descriptor is of a kind that allows it; any other can only be read.
+    /// Whether the descriptor is of a kind that allows it; any other can only be read. No longer when
+    /// show() has failed because the system refuses to look ahead, after which nothing is lost.
     bool possible();
 
     /// Writes the next bytes, at most `room` and a window, to `to`. Returns their number: 0 at the

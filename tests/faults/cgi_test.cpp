@@ -119,6 +119,55 @@ constexpr const char *kBody =
 constexpr Nth kFirstDelimiter = {6, 8};
 constexpr unsigned kSecondHeader = 9;
 
+/// Decodes a body that comes through a pipe.
+std::string decode_pipe(const char *body) {
+    int ends[2];
+    {
+        const Aside aside;
+        const std::string text(body);
+        if (::pipe2(ends, O_CLOEXEC) != 0 ||
+            ::write(ends[1], text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+            return "no pipe";
+        ::close(ends[1]);
+        ::dup2(ends[0], STDIN_FILENO);
+        ::close(ends[0]);
+        set_environment({"POST", nullptr, "multipart/form-data; boundary=B", "1"});
+    }
+    return std::to_string(getcgivars(nullptr, print_batch, nullptr));
+}
+
+TEST(GetCgiVars, ReadsHeadersOfAPipe) {
+    const std::string no_line = "cgidecode(): Couldn't read multipart line from STDIN.";
+    const std::string no_memory = "cgidecode(): Couldn't malloc for multipart.";
+    const std::string begun = "(3 boundary=B)";
+    const std::string header = begun + "(3 boundary=B Content-A=f)";
+    const std::string part = header + "\"hello\" 0";
+    const std::string whole = "6 printed " + in_quotes(part + "(3)");
+    const auto cut = [&](const std::string &content) {
+        return "6 printed " + in_quotes(header + "\"" + content + "\" 2(3)");
+    };
+    Scenario([](const TempDir &) { return decode_pipe(kBody); })
+        .fed("")
+        .gives(whole)
+        .fails(Call::kPeek, ended(no_line, begun), only(1))
+        .fails(Call::kPeek, ended(no_line, part), only(2))
+        .fails(Call::kPipe, whole)
+        .fails(Call::kFstat, whole)
+        .fails(Call::kStrdup, "0")
+        .fails(Call::kMalloc, ended(no_memory, begun))
+        .fails(Call::kMalloc, ended(no_memory, part), only(4))
+        // The copy, and what was seen, cannot be read.
+        .fails(Call::kRead, ended(no_line, begun), Nth{1, 2})
+        .fails(Call::kRead, cut(""), only(3))
+        .fails(Call::kRead, cut("he"), only(4))
+        .fails(Call::kRead, cut("hel"), only(5))
+        .fails(Call::kRead, cut("hell"), only(6))
+        .fails(Call::kRead, cut("hello"), Nth{7, 9})
+        .fails(Call::kRead, ended(no_line, part), Nth{10, 11})
+        .fails(Call::kRead, whole, from(12))
+        .check();
+}
+
 TEST(GetCgiVars, EndsWhenAHeaderCannotBeReadOrStored) {
     const std::string no_line = "cgidecode(): Couldn't read multipart line from STDIN.";
     const std::string no_memory = "cgidecode(): Couldn't malloc for multipart.";

@@ -48,6 +48,7 @@ enum class Manner {
     kFails,  ///< it does nothing, or, when it closes something, does it and says that it failed
     kInterrupted,  ///< a signal came first: EINTR
     kShortened,    ///< it moves one byte of those that were asked for
+    kRefused,      ///< the system does not allow it at all, and there is another way
     kNothing,      ///< it moves no byte, and that is no failure
     kFillsUp,      ///< it moves one byte, and each call behind it fails
 };

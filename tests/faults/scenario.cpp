@@ -75,6 +75,8 @@ constexpr Fault kFaults[] = {
     {Call::kRead, Manner::kShortened, 0, kForever},
     {Call::kPeek, Manner::kFails, EIO},
     {Call::kPeek, Manner::kFails, EAGAIN},
+    {Call::kPeek, Manner::kRefused, EPERM, kForever},
+    {Call::kPeek, Manner::kRefused, ENOSYS, kForever},
     {Call::kPeek, Manner::kInterrupted, EINTR},
     {Call::kPeek, Manner::kInterrupted, EINTR, 3},
     {Call::kPeek, Manner::kShortened, 0},
@@ -161,11 +163,11 @@ Totals &totals() {
 std::string label_of(const Fault &fault) {
     if (fault.nth == 0)
         return "without a fault";
-    constexpr const char *kManners[] = {"", "interrupted", "cut to 1 byte", "moves nothing",
-                                        "moves 1 byte, then "};
+    constexpr const char *kManners[] = {"",         "interrupted",   "cut to 1 byte",
+                                        "refused ", "moves nothing", "moves 1 byte, then "};
     std::string label = std::string(name_of(fault.call)) + " no. " + std::to_string(fault.nth) +
                         ": " + kManners[static_cast<unsigned>(fault.manner)];
-    if (fault.manner == Manner::kFails || fault.manner == Manner::kFillsUp)
+    if (fault.error != 0 && fault.manner != Manner::kInterrupted)
         label += ::strerrorname_np(fault.error);
     if (fault.times == kForever)
         return label + ", for good";
@@ -256,6 +258,7 @@ class Remains {
 void leave(int status, void *) {
     std::fflush(nullptr);
 #if defined(QMV_COVERAGE)
+    const Aside aside;
     __gcov_dump();
 #endif
     ::_exit(status);
@@ -356,7 +359,8 @@ const std::string *Scenario::expected(const Fault &fault) {
         return &rule->outcome;
     }
     const bool harmless = fault.call == Call::kClose || fault.manner == Manner::kInterrupted ||
-                          fault.manner == Manner::kShortened || fault.manner == Manner::kNothing;
+                          fault.manner == Manner::kShortened || fault.manner == Manner::kNothing ||
+                          fault.manner == Manner::kRefused;
     return harmless ? &plain_ : nullptr;
 }
 
