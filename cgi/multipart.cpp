@@ -171,7 +171,7 @@ class DelimiterSearch {
     /// Takes as many pieces of the boundary's length as show no start of a delimiter and do not
     /// complete a piece for the writer, all at once. What comes behind them is looked at as usual.
     void skip() {
-        if (!is_ahead_ || held_ - confirmed_ < kStartSize - 1)
+        if (!is_ahead_)
             return;
         const int end = std::min(shown_, next_match() + kStartSize - 1);
         int pieces = (end - held_) / length_;

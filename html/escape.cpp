@@ -123,10 +123,9 @@ size_t plain_run(const char *text, size_t limit) {
 #endif
 }
 
-/// Writes "#" and a number of at most five digits. Returns the length.
+/// Writes "#" and a number of three to five digits. Returns the length.
 size_t put_number(char *out, unsigned number) {
-    const size_t digits =
-        number < 1000 ? (number < 100 ? (number < 10 ? 1 : 2) : 3) : (number < 10000 ? 4 : 5);
+    const size_t digits = number < 1000 ? 3 : (number < 10000 ? 4 : 5);
     out[0] = '#';
     for (size_t place = digits; place > 0; --place) {
         out[place] = static_cast<char>('0' + number % 10);

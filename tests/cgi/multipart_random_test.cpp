@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
 #include <random>
 #include <string>
@@ -361,6 +362,33 @@ TEST(ScanBoundaryKinds, BoundariesOfEveryLengthGiveTheSame) {
         if (body.size() < 60000)
             compare_kinds(body, boundary);
     }
+}
+
+TEST(ScanBoundaryKinds, ABoundaryLargerThanAWindowGivesTheSame) {
+    const std::string boundary(140000, 'b');
+    const std::string body =
+        std::string(20, 'c') + "\r\n--" + boundary.substr(1) + "\r\n--" + boundary + "\r\nnext";
+    for (int i = 0; i < 20; ++i) {
+        const std::string longer = std::string(static_cast<std::size_t>(i) * 140000, 'c') + body;
+        expect_same(scan(longer, boundary, kState), scan_by_steps(longer, boundary), "file");
+    }
+}
+
+TEST(ScanBoundaryKinds, EveryReadingTakesAWholeMessage) {
+    int ends[2];
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
+    // Of the second message, and of each behind it, one byte is read and the others are lost.
+    for (const char *message : {"hello", "wxx", "o", "rx", "l", "d", "!", ".", ".", "\r", "\nx",
+                                "-", "-", "Bx", "\r\nxx", "next"})
+        ASSERT_GT(::send(ends[1], message, std::strlen(message), 0), 0);
+    const Scan result = scan(ends[0], "B", kState);
+    EXPECT_EQ(result.content(), "helloworld!..");
+    EXPECT_EQ(result.result, 0);
+    char rest[8] = "";
+    EXPECT_EQ(::read(ends[0], rest, sizeof rest), 4);
+    EXPECT_STREQ(rest, "next");
+    ::close(ends[0]);
+    ::close(ends[1]);
 }
 
 TEST(ScanBoundaryKinds, DelimitersAtEveryPlaceOfAWindowGiveTheSame) {

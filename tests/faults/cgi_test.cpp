@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
@@ -329,6 +330,52 @@ TEST(ScanBoundary, LooksAheadInAConnection) {
         .fails(Call::kPeek, "2 " + in_quotes("abcdefgh") + " then " + in_quotes(kLonger + 11))
         .fails(Call::kMalloc, whole)
         .fails(Call::kFstat, whole)
+        .check();
+}
+
+TEST(ScanBoundary, StopsWhenAWindowCannotBeTaken) {
+    // More than a window, in a connection that holds all of it.
+    const std::string content(70000, 'c');
+    const auto result = [&content](int returned, std::size_t received, std::size_t left) {
+        return std::to_string(returned) + " " + std::to_string(received) + " of the content, " +
+               std::to_string(left) + " bytes left";
+    };
+    constexpr std::size_t kEnd = 7 + 4;  // what is behind the content
+    constexpr std::size_t kSingle = 11;  // bytes that are read before
+    Scenario scenario([&](const TempDir &) {
+        int ends[2];
+        {
+            const Aside aside;
+            const std::string body = content + "\r\n--B\r\nnext";
+            if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0 ||
+                ::write(ends[1], body.data(), body.size()) != static_cast<ssize_t>(body.size()))
+                return std::string("no connection");
+            ::close(ends[1]);
+        }
+        std::string received;
+        const int returned = scan_boundary(ends[0], "B", 3, collect, &received);
+        const Aside aside;
+        std::string rest(content.size() + 100, '\0');
+        const ssize_t left = ::recv(ends[0], rest.data(), rest.size(), MSG_WAITALL);
+        ::close(ends[0]);
+        return result(returned, received.size(),
+                      static_cast<std::size_t>(std::max<ssize_t>(left, 0)));
+    });
+    scenario.gives(result(0, 70000, 4));
+    for (unsigned n = 1; n < kLookingAhead; ++n)
+        scenario.fails(Call::kRead,
+                       n == 1 ? result(2, 0, 70000 + kEnd) : result(2, n, 70000 + kEnd - n - 3),
+                       only(n));
+    scenario
+        // The first window, and the second.
+        .fails(Call::kRead, result(2, kSingle + 65536 - 3, 70000 + kEnd - kSingle),
+               only(kLookingAhead))
+        .fails(Call::kRead, result(2, 70000, 70000 + kEnd - kSingle - 65536),
+               only(kLookingAhead + 1))
+        .fails(Call::kPeek, result(2, kSingle - 3, 70000 + kEnd - kSingle), only(1))
+        .fails(Call::kPeek, result(2, kSingle + 65536 - 3, 70000 + kEnd - kSingle - 65536), only(2))
+        .fails(Call::kMalloc, result(0, 70000, 4))
+        .fails(Call::kFstat, result(0, 70000, 4))
         .check();
 }
 

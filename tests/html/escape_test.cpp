@@ -46,6 +46,16 @@ TEST(HtmlPrintText, EscapesWhatIsNotAscii) {
     EXPECT_TRUE(prints("&#65535;", [] { return html_print_text("\xEF\xBF\xBF"); }));
 }
 
+TEST(HtmlPrintText, EscapesALongTextOfShortRuns) {
+    std::string text;
+    std::string escaped;
+    for (int i = 0; i < 500; ++i) {
+        text += "ab<c\xC3\xA9" + std::string(static_cast<std::size_t>(i % 20), 'x');
+        escaped += "ab&lt;c&eacute;" + std::string(static_cast<std::size_t>(i % 20), 'x');
+    }
+    EXPECT_TRUE(prints(escaped, [&] { return html_print_text(text.c_str()); }));
+}
+
 TEST(HtmlPrintText, PrintsControlCharactersAsTheyAre) {
     EXPECT_TRUE(prints("\x01\t\r\n\x1B", [] { return html_print_text("\x01\t\r\n\x1B"); }));
 }
