@@ -49,8 +49,7 @@ void add_urlencoded(const std::string &body, const char *variables) {
     add(name, "limit", [body, text = body]() mutable {
         return std::memcpy(text.data(), body.data(), body.size());
     });
-    // Unescapes only: does not split.
-    add(name, "peer:glib", [body] {
+    add(name, "peer:glib, no splitting", [body] {
         const std::unique_ptr<gchar, void (*)(gpointer)> text(
             g_uri_unescape_string(body.c_str(), nullptr), g_free);
         return text.get()[0];

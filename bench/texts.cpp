@@ -37,12 +37,14 @@ void add_escaping(const Text &text) {
     add(name, "limit", [escaped, copy = std::vector<char>(escaped.size())]() mutable {
         return std::memcpy(copy.data(), escaped.data(), escaped.size());
     });
-    // These leave what is not ASCII as it is, the others write references for it.
-    add(name, "peer:glib", [&utf8] {
-        const std::unique_ptr<gchar, void (*)(gpointer)> copy(
-            g_markup_escape_text(utf8.data(), static_cast<gssize>(utf8.size())), g_free);
-        return put(copy.get(), std::strlen(copy.get()));
-    });
+    // It leaves what is not ASCII as it is; the others write references for it.
+    if (g_str_is_ascii(utf8.c_str()) != 0) {
+        add(name, "peer:glib", [&utf8] {
+            const std::unique_ptr<gchar, void (*)(gpointer)> copy(
+                g_markup_escape_text(utf8.data(), static_cast<gssize>(utf8.size())), g_free);
+            return put(copy.get(), std::strlen(copy.get()));
+        });
+    }
     add(name, "peer:libxml2 xml", [&utf8] {
         xmlChar *const copy = xmlEncodeEntitiesReentrant(nullptr, xml_chars(utf8));
         const std::size_t done = put(copy, std::strlen(reinterpret_cast<const char *>(copy)));

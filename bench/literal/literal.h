@@ -8,6 +8,8 @@
 
 #include <qmv.h>
 
+#pragma GCC visibility push(default)
+
 namespace literal {
 
 int full_read_fd(int fd, void *buf, int len);
@@ -40,5 +42,7 @@ void xml_data_txt(xml_data *x, const char *text, int n);
 void xml_data_element(xml_data *x, const char *name, const char *text);
 
 }  // namespace literal
+
+#pragma GCC visibility pop
 
 #endif
