@@ -39,6 +39,11 @@ constexpr std::u16string_view kGsmExtension = u"^{}\\[~]|\u20AC";
 unsigned utf8_to_ucs2(const char **cursor, unsigned avail) {
     if (cursor == nullptr || avail == 0 || *cursor == nullptr)
         return 0;
+    const auto byte = static_cast<unsigned char>(**cursor);
+    if (byte < 0x80) {
+        *cursor += byte != 0 ? 1 : 0;
+        return byte;
+    }
     const qmv::Decoded step = qmv::decode_utf8(*cursor, avail);
     *cursor += step.used;
     return step.code;

@@ -14,18 +14,17 @@ struct Decoded {
 inline Decoded decode_sequence(const unsigned char *bytes, unsigned avail) {
     const unsigned lead = bytes[0];
     const unsigned length = lead < 0xE0 ? 2 : 3;
-    unsigned code = lead - (length == 2 ? 0xC0U : 0xE0U);
     for (unsigned i = 1; i < length; ++i) {
         if (avail == i)
             return {0, 0};
-        if (bytes[i] == 0)
-            return {0, i};
-        // Intended: the ASCII byte is consumed together with the bad lead byte.
+        // Intended: the ASCII byte is consumed together with the bad lead byte, a NUL is not.
         if (bytes[i] < 0x80)
-            return {0, i + 1};
-        code = (code << 6) + (bytes[i] - 0x80U);
+            return {0, bytes[i] == 0 ? i : i + 1};
     }
-    return {code & 0xFFFF, length};
+    const unsigned second = bytes[1] - 0x80U;
+    if (length == 2)
+        return {((lead - 0xC0U) << 6) + second, 2};
+    return {(((lead - 0xE0U) << 12) + (second << 6) + (bytes[2] - 0x80U)) & 0xFFFF, 3};
 }
 
 /// Decodes the character at a place with at least one byte; a NUL is code 0 and uses nothing.
