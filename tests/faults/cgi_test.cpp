@@ -336,7 +336,7 @@ TEST(ScanBoundary, LooksAheadInAConnection) {
 TEST(ScanBoundary, StopsWhenAWindowCannotBeTaken) {
     // More than a window, in a connection that holds all of it.
     const std::string content(70000, 'c');
-    const auto result = [&content](int returned, std::size_t received, std::size_t left) {
+    const auto result = [](int returned, std::size_t received, std::size_t left) {
         return std::to_string(returned) + " " + std::to_string(received) + " of the content, " +
                std::to_string(left) + " bytes left";
     };
