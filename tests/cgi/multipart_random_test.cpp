@@ -414,7 +414,8 @@ TEST(ScanBoundaryKinds, SlowProcessesGiveTheSame) {
 
 TEST(ScanBoundaryKinds, TerminalsGiveTheSame) {
     const Terminal terminal;
-    ASSERT_GE(terminal.fd(), 0);
+    if (terminal.fd() < 0)
+        GTEST_SKIP() << "there are no terminals on this machine";
     Random random(5);
     for (int i = 0; i < 500 && !::testing::Test::HasFailure(); ++i) {
         const std::string body = make_body(random, "XYZ") + "\r\n--XYZ\r\n";
