@@ -105,10 +105,8 @@ class DelimiterSearch {
     int show(int wanted) {
         if (!is_ahead_ && ++reads_ == kPlainReads)
             look_ahead();
-        if (!is_ahead_) {
-            make_room(wanted);
-            return qmv::read_once(fd_, buffer_ + shown_, static_cast<size_t>(wanted));
-        }
+        if (!is_ahead_)
+            return read(wanted);
         // What is shown is smaller than what is wanted, so that all of it is taken.
         const bool taken = ahead_.take(buffer_ + window_, static_cast<size_t>(shown_ - window_));
         make_room(static_cast<int>(qmv::LookAhead::kWindow));
@@ -117,7 +115,12 @@ class DelimiterSearch {
             return -1;
         const int n = ahead_.show(buffer_ + shown_, static_cast<size_t>(capacity_ - shown_));
         is_ahead_ = n >= 0 || ahead_.possible();
-        return is_ahead_ ? n : qmv::read_once(fd_, buffer_ + shown_, static_cast<size_t>(wanted));
+        return is_ahead_ ? n : read(wanted);
+    }
+
+    int read(int wanted) {
+        make_room(wanted);
+        return qmv::read_once(fd_, buffer_ + shown_, static_cast<size_t>(wanted));
     }
 
     /// From now on looks ahead, if the descriptor and the memory allow it.

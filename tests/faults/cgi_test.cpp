@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <string>
 
@@ -331,6 +332,25 @@ TEST(ScanBoundary, LooksAheadInAConnection) {
         .fails(Call::kMalloc, whole)
         .fails(Call::kFstat, whole)
         .check();
+}
+
+// What is read at once is then more than a window. The eighth reading is the first to look ahead.
+TEST(ScanBoundary, ReadsALongBoundaryWhereTheSystemRefusesToLookAhead) {
+    const std::string boundary(100000, 'b');
+    const std::string content(1000000, 'c');
+    const qmv_test::InputFile in(content + "\r\n--" + boundary + "\r\nnext");
+    std::string received;
+    qmv_test::CallCounts counts;
+    int result = -1;
+    {
+        const qmv_test::Fault refused{Call::kRead, Manner::kFails, EINVAL, 1, kLookingAhead};
+        const qmv_test::Inject inject(refused, counts);
+        result = scan_boundary(in.fd(), boundary.c_str(), 3, collect, &received);
+    }
+    EXPECT_TRUE(counts.faulty);
+    EXPECT_EQ(result, 0);
+    EXPECT_TRUE(received == content);
+    EXPECT_EQ(in.rest(), "next");
 }
 
 TEST(ScanBoundary, StopsWhenAWindowCannotBeTaken) {
