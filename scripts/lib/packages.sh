@@ -18,6 +18,25 @@ need_packages() {
         echo "Install them with: sudo apt-get install --no-install-recommends ${missing[*]}" >&2
         return 1
     fi
-    apt-get update &&
-        DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
+    apt-get update && install_packages "${missing[@]}"
+}
+
+# install_packages PKG...: as root, and without running the services that come with some of them, now
+# or after the next start of the machine: nobody asked for them.
+install_packages() (
+    policy=/usr/sbin/policy-rc.d
+    before=$(enabled_services)
+    if [ ! -e "$policy" ]; then
+        trap 'rm -f "$policy"' EXIT
+        trap 'exit 1' INT TERM HUP
+        printf '#!/bin/sh\nexit 101\n' > "$policy"
+        chmod +x "$policy"
+    fi
+    DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@" || exit 1
+    { enabled_services | grep -vxF -e "$before" || true; } | xargs -r systemctl disable
+)
+
+enabled_services() {
+    [ ! -d /run/systemd/system ] ||
+        systemctl list-unit-files --state=enabled --no-legend | sed 's/ .*//'
 }
