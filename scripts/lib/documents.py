@@ -1,6 +1,13 @@
 """Reads the documents: their headings, links, names, and blocks of commands and listings."""
 import re
 
+# What takes minutes, or runs elsewhere, is not run when a guide is followed.
+LONG_COMMANDS = ('scripts/bench', 'scripts/test', 'scripts/test-cross', 'tests/web/servers')
+
+
+def is_long_command(line):
+    return line.split(' ')[0] in LONG_COMMANDS
+
 
 class Block:
     def __init__(self, language, line, before):
@@ -14,12 +21,6 @@ class Block:
         """What the reader is told to save it as."""
         match = re.search(r'[Ss]ave (?:it|this) as `([\w.-]+)`:$', self.before)
         return match and match.group(1)
-
-    @property
-    def named(self):
-        """The last name in the paragraph in front of it: the file that it stands in."""
-        names = re.findall(r'`([\w./-]+\.\w+)`', self.before)
-        return names[-1] if names else None
 
 
 class Document:
