@@ -1,5 +1,5 @@
-// A form of four widgets: a text box, a number, a check box and a password. Each is bound to the item
-// of its name in the directory QMV_ITEMS.
+// A form of four widgets: a text box, a number, a check box and a password. Each is bound to the
+// item of its name in the directory QMV_ITEMS.
 #include <qmv.h>
 
 #include <cstdlib>

@@ -1,5 +1,5 @@
-// Takes a firmware image: it grows under a temporary name in the directory QMV_STATE, and gets its own
-// when it is whole and its CRC-32 is the one that was typed.
+// Takes a firmware image: it grows under a temporary name in the directory QMV_STATE, and gets its
+// own when it is whole and its CRC-32 is the one that was typed.
 #include <fcntl.h>
 #include <qmv.h>
 #include <unistd.h>

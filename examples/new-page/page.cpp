@@ -1,5 +1,5 @@
-// A form with one box, bound to the item device_name in the directory QMV_ITEMS, which the web server
-// puts into the environment.
+// A form with one box, bound to the item device_name in the directory QMV_ITEMS, which the web
+// server puts into the environment.
 #include <qmv.h>
 
 #include <cstdlib>

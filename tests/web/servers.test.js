@@ -67,13 +67,13 @@ describe(server, () => {
     });
 
     test('passes a form on, of which the program stores what it accepts', async () => {
-        const answer = await curl(
-            '--data-raw', 'device_name=attic-2&user_name=%3CAda%3E+%26+%22x%22&password=with+blank');
+        const answer = await curl('--data-raw',
+            'device_name=attic-2&user_name=%3CAda%3E+%26+%22x%22&password=with+blank');
         assert.equal(answer.status, 200);
         assert.deepEqual(messages(answer.body), [
             'good: Device name was changed.', 'good: User name was changed.',
-            'bad: Password was not changed. ASCII characters without blanks. To change it, replace ' +
-                'all bullets.'
+            'bad: Password was not changed. ASCII characters without blanks. To change it, ' +
+                'replace all bullets.'
         ]);
         assert.ok(answer.body.includes('value="&lt;Ada&gt; &amp; &quot;x&quot;"'));
         assert.deepEqual(
