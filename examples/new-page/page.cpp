@@ -1,6 +1,7 @@
 // A form with one box, bound to the item device_name in the directory QMV_ITEMS, which the web
 // server puts into the environment.
 #include <qmv.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -21,7 +22,12 @@ struct Page {
     std::string typed;  // shown again when it is refused
 };
 
+// Reads the request before it answers: a web server may lose the answer to one that was not read.
 [[noreturn]] void refuse(const char *status, const char *reason) {
+    char unread[4096];
+    while (std::getenv("CONTENT_LENGTH") != nullptr &&
+           full_read_fd(STDIN_FILENO, unread, sizeof unread) > 0) {
+    }
     html_printf(1, "Status: %s\r\nContent-Type: text/plain\r\n\r\n%s\r\n", status, reason);
     std::exit(1);
 }

@@ -153,4 +153,15 @@ describe(server, () => {
             assert.equal((await curl(...foreign, '-d', 'user_name=x')).status, 403);
         assert.deepEqual(items(), itemsWith({}));
     });
+
+    // The new page refuses to work here: it is not told where its items are.
+    test('passes on what a program answers that reads the request first', async () => {
+        for (const size of [1, 4000, 1 << 20]) {
+            const file = path.join(work, 'refused');
+            fs.writeFileSync(file, 'x'.repeat(size));
+            const answer = await curl('--data-binary', `@${file}`, `${site}/page.cgi`);
+            assert.equal(answer.status, 500);
+            assert.equal(answer.body, 'QMV_ITEMS is not set.\r\n');
+        }
+    });
 });
