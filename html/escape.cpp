@@ -73,6 +73,8 @@ constexpr size_t kReserve = 16;
 
 /// Length of the run of plain characters that a text begins with, at most `limit`.
 size_t plain_run(const char *text, size_t limit) {
+    if (limit == 0)
+        return 0;
     // Aligned blocks do not reach into a page that the text does not reach into.
     const size_t skipped = reinterpret_cast<uintptr_t>(text) % 16;
     unsigned special = find_special(text - skipped) >> skipped;

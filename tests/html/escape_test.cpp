@@ -161,6 +161,16 @@ TEST(HtmlPrintTextLimit, ReadsNoByteBehindTheLimit) {
     EXPECT_TRUE(prints("b", [&] { return html_print_text_limit(9, shorter.get(), 3); }));
 }
 
+TEST(HtmlPrintTextLimit, ReadsNoByteBehindALongText) {
+    for (unsigned length = 1; length <= 80; ++length) {
+        const std::string text(length, 'x');
+        const qmv_test::FencedText fenced(text);
+        EXPECT_TRUE(prints(text, [&] {
+            return html_print_text_limit(kNoLimit, fenced.get(), length);
+        })) << length;
+    }
+}
+
 TEST(HtmlPrintTextLimit, CountsCharactersBehindALongRun) {
     const std::string run(5000, 'x');
     EXPECT_TRUE(prints(run + "&lt;x", [&] {
