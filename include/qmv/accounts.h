@@ -14,8 +14,8 @@ QMV_BEGIN_DECLS
 
 /// One row of a program's access table, ended by a row without a user.
 typedef struct auth_entry {
-    const char *user;
-    int32_t level;
+    const char *user;  ///< null ends the table
+    int32_t level;     ///< the program's own
 } auth_entry;
 
 /// Looks up the access level of the logged-in user, REMOTE_USER in the environment.
@@ -129,28 +129,28 @@ void update_pw(const passwd_form *form, passwd_rec *rec, const char *copy_dir, i
 /// The command that inspects files; see asprint_tooltip().
 typedef struct cert_tool {
     const char *wrapper;  ///< may be null
-    const char *tool;
-    const char *options;
+    const char *tool;     ///< the command
+    const char *options;  ///< what follows its own arguments
 } cert_tool;
 
 /// Files that belong to those of a directory: same name, other extension, other directory.
 typedef struct cert_related {
     const char *dir;      ///< null ends a table
     const char *ext;      ///< with its dot
-    const char *wrapper;  ///< the command that inspects them
-    const char *tool;
-    const char *options;
-    uint32_t arg;   ///< handed to show_related
-    uint32_t mask;  ///< the row is used when it shares a bit with what show_file returned
+    const char *wrapper;  ///< the command that inspects them, as in cert_tool
+    const char *tool;     ///< as in cert_tool
+    const char *options;  ///< as in cert_tool
+    uint32_t arg;         ///< handed to show_related
+    uint32_t mask;        ///< the row is used when it shares a bit with what show_file returned
 } cert_related;
 
 /// A certificate directory and its listing.
 typedef struct cert_dir {
-    const char *dir;  ///< must end in "/" for delete_certificate()
-    const cert_tool *info;
-    const cert_related *related;
-    struct dirent **entries;  ///< one block for all entries; null when there is no listing
-    int32_t count;            ///< negative when the directory could not be read
+    const char *dir;              ///< must end in "/" for delete_certificate()
+    const cert_tool *info;        ///< may be null
+    const cert_related *related;  ///< may be null
+    struct dirent **entries;      ///< one block for all entries; null when there is no listing
+    int32_t count;                ///< negative when the directory could not be read
 } cert_dir;
 
 /// Shows a file.

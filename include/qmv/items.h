@@ -269,16 +269,16 @@ int write_item_text(const char *dir, const char *name, const char *text);
 /// What every row of a table begins with. The program declares its row type with this as its first
 /// member, and what a row holds behind it.
 typedef struct xtable_row {
-    struct xtable_row *prev;
-    struct xtable_row *next;
-    uint32_t number;  ///< position in the table, from 1
+    struct xtable_row *prev;  ///< null for the first row
+    struct xtable_row *next;  ///< null for the last row
+    uint32_t number;          ///< position in the table, from 1
 } xtable_row;
 
 /// An ordered table of rows in memory, owned by the caller, who sets both pointers to null first.
 /// Its rows come from malloc. A page addresses a row by its number.
 typedef struct xtable {
-    xtable_row *first;
-    xtable_row *last;
+    xtable_row *first;  ///< null for an empty table
+    xtable_row *last;   ///< null for an empty table
 } xtable;
 
 /// Allocates a row, fills it with zeros, appends it and numbers the table.

@@ -50,16 +50,16 @@ int asprint_title_shell(char **result, const char *command);
 
 /// One line of output, with its newline.
 typedef struct shell_line_node {
-    struct shell_line_node *next;
-    uint32_t length;
-    char text[1];  ///< length + 1 bytes
+    struct shell_line_node *next;  ///< null for the last one
+    uint32_t length;               ///< bytes of the line
+    char text[1];                  ///< length + 1 bytes
 } shell_line_node;
 
 /// Lines of output. Set it to zeros before the first shell_run(), and again after shell_print() or
 /// shell_line(), which free the lines and leave this as it was (intended).
 typedef struct shell_lines {
-    shell_line_node *first;
-    uint32_t count;
+    shell_line_node *first;  ///< null for none
+    uint32_t count;          ///< number of lines
 } shell_lines;
 
 /// Runs a command and appends its lines to a list. A line that is empty up to a NUL is left out,
@@ -104,7 +104,7 @@ typedef struct interface_addr {
         struct sockaddr any;
         struct sockaddr_in v4;
         struct sockaddr_in6 v6;  ///< port and flow information 0; the kernel's scope
-    } addr;
+    } addr;                      ///< of either family
     union {
         struct sockaddr_in v4;
         struct {
@@ -113,7 +113,7 @@ typedef struct interface_addr {
             uint32_t flags;   ///< of the address
         } v6;
         struct sockaddr_in6 space;
-    } mask;
+    } mask;          ///< the netmask, or what belongs to an IPv6 address
     uint16_t flags;  ///< of the interface, IFF_UP and so on; 0 for IPv6
 } interface_addr;
 
@@ -177,8 +177,8 @@ uint32_t cfg_interface(const struct sockaddr *addr, uint32_t skip);
 
 /// A record.
 typedef struct db_record {
-    struct db_record *next;
-    uint32_t count;   ///< fields that were read
+    struct db_record *next;  ///< null for the last one
+    uint32_t count;          ///< fields that were read
     char *fields[1];  ///< the maximum number of them; null beyond count, and where memory ran out
 } db_record;
 
@@ -245,7 +245,7 @@ typedef struct dsl_stream {
         uint32_t reserved2;
         uint32_t interleave_delay;  ///< 1/100 ms
         uint32_t reserved3[2];
-    } channel;
+    } channel;            ///< the request block of the channel
     int32_t line_result;  ///< 0: the line block is valid
     struct {
         uint32_t reserved;
@@ -257,7 +257,7 @@ typedef struct dsl_stream {
         int16_t reserved3;
         uint32_t max_data_rate;  ///< bit/s
         uint32_t reserved4;
-    } line;
+    } line;  ///< the request block of the line
 } dsl_stream;
 
 /// Names the state of the modem: "Showtime, Sync".
@@ -364,7 +364,7 @@ void free_uboot_env(void);
 
 /// One row of a program's table of device variants, in ascending order of key, ended by the key 0.
 typedef struct devinfo_row {
-    int32_t key;
+    int32_t key;             ///< a character of the device information
     unsigned char data[28];  ///< the program's own
 } devinfo_row;
 
@@ -393,8 +393,8 @@ int get_infoflags(int flags, const infoflag_row *table, const char *info, const 
 
 /// A cipher or digest: its name in the configuration and its label. Both are constants.
 typedef struct ovpn_choice {
-    const char *name;
-    const char *label;
+    const char *name;   ///< in the configuration
+    const char *label;  ///< for people
 } ovpn_choice;
 
 /// Names a cipher. The last of the 13 is "none".

@@ -292,8 +292,8 @@ typedef int (*selectbox_num_fn)(unsigned op, unsigned index, int arg);
 
 /// One option of a text select box; both texts may stay null.
 typedef struct selectbox_text {
-    const char *value;
-    const char *label;
+    const char *value;  ///< what is posted
+    const char *label;  ///< what is shown
 } selectbox_text;
 
 /// The options of a text select box: fills the pair, which is cleared before each call.
@@ -306,7 +306,7 @@ typedef struct selectbox_state {
     union {
         uint32_t number;   ///< of a numbered box
         const char *text;  ///< of a text box; borrowed from the option table
-    } value;
+    } value;               ///< the selected option
 } selectbox_state;
 
 /// Prints a select box of any class:
@@ -592,7 +592,7 @@ void gen_dow_table(dow_entry *table, unsigned count, const char *list);
 
 /// A network: an address and a prefix length.
 typedef struct ipv4_cidr {
-    uint32_t addr;
+    uint32_t addr;    ///< in network byte order
     uint32_t prefix;  ///< 0 to 32; shown as 32 when above
 } ipv4_cidr;
 
