@@ -222,7 +222,8 @@ class Source:
 
     def called(self, side, body):
         """The functions whose result one side of a comparison can be."""
-        calls = set(re.findall(r"\b(\w+)\(", side))
+        returned = r"\breturn " if re.search(r"\[[^]]*\] \{", side) else ""
+        calls = set(re.findall(returned + r"\b(\w+)\(", side))
         variable = re.fullmatch(r"(\w+)(?:\.\w+)?", side)
         if variable:
             name = rf"(?:\b{variable[1]}|\[[^]\n]*\b{variable[1]}\b[^]\n]*\])"
