@@ -116,7 +116,7 @@ uint32_t rd_passwd(const char *dir, const char *name, passwd_rec *rec, uint32_t 
 /// @param form           null: nothing happens
 /// @param rec            receives the outcome in status; kind changes with it, stored does not
 ///                       (intended); null: nothing happens
-/// @param copy_dir       the other directory
+/// @param copy_dir       the other directory; null: none
 /// @param need_current   nonzero: the current password must be right
 void update_pw(const passwd_form *form, passwd_rec *rec, const char *copy_dir, int need_current);
 

@@ -106,16 +106,15 @@ int html_printf(int raw, const char *fmt, ...) QMV_PRINTF(2, 3);
 /// @param spec       from "%" to the conversion letter (d, i, o, u, x or X); characters between
 ///                   them other than flags, width and precision are left out
 /// @param spec_len   its length
-/// @param value      the number, whose bits are printed as unsigned
+/// @param value      the number; an unsigned one as an int of the same bits
 /// @return
 ///  - 0 or more: bytes printed
 ///  - negative: no such conversion (nothing is printed), or printf failed
 int html_printf_unsigned(const char *spec, unsigned spec_len, int value);
 
 /// Prints one signed conversion with printf; the same as html_printf_unsigned(), for %d and %i.
-/// @param spec       from "%" to the conversion letter
-/// @param spec_len   its length
-/// @param value      the number
+/// @param spec,spec_len   as for html_printf_unsigned()
+/// @param value           the number
 /// @return
 ///  - 0 or more: bytes printed
 ///  - negative: no such conversion (nothing is printed), or printf failed

@@ -138,7 +138,7 @@ int set_link_pwrdown(const char *ifname, uint32_t phy_id, int down);
 /// Calls back for each configured IPv4 address.
 /// @param prefix     only interfaces whose names begin with it; null or empty: all
 /// @param callback   receives name and address, valid during the call, and a running number from 0;
-///                   its result is ignored
+///                   its result is ignored; may be null
 /// @return
 ///  - 0: all were handed over
 ///  - -1: no memory, or the kernel cannot be asked
@@ -352,7 +352,7 @@ const char *dsl_api_get_latency_type(const dsl_stream *a, const dsl_stream *b);
 int read_uboot_env(const char *device_path);
 
 /// Looks up a variable.
-/// @param name   compared up to its end or its first "="
+/// @param name   compared up to its end or its first "="; null: null is returned
 /// @return its value, valid until free_uboot_env(); null when there is none
 const char *uboot_getenv(const char *name);
 

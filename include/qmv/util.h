@@ -17,7 +17,7 @@ QMV_BEGIN_DECLS
 /// Reads up to `len` bytes, until they are all there or the input ends.
 /// @param fd    any readable descriptor
 /// @param buf   room for len bytes; after a failure its contents are undefined
-/// @param len   below 1: nothing is read
+/// @param len   below 1: nothing is read, and buf may be null
 /// @return
 ///  - 0 to len: bytes read; fewer than len means that the input ended
 ///  - -1: a read failed (EAGAIN included); bytes read before are lost to the caller

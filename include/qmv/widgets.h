@@ -499,7 +499,7 @@ unsigned rd_numberbox_item(const char *dir, const char *name, unsigned *value, u
 
 /// Reads an item and prints it with gen_numberbox() and a maximum length of 15.
 /// @param dir,name        the item
-/// @param htmlname,size   name and size of the box
+/// @param htmlname,size   name and size as for gen_numberbox()
 /// @param fallback        shown when the item is empty or cannot be read
 /// @param flags           bits of qmv_print_flags
 /// @return the flags that were used, PRINT_DISABLED added when the item cannot be read
@@ -577,7 +577,7 @@ typedef struct dow_entry {
 
 /// Fills weekday entries from a list of texts such as "1Monday", each ended by a NUL, the list
 /// ended by an empty text. A digit above 6 leaves its entry untouched.
-/// @param table   `count` entries; those without a text are left untouched
+/// @param table   `count` entries; those without a text are left untouched; null: nothing is filled
 /// @param count   entries of the table
 /// @param list    null: nothing is filled
 /// Intended: a text that does not begin with a digit ends the list.
@@ -718,7 +718,8 @@ int mac_isvalid(const struct sockaddr *hw);
 /// Writes an address as text, "00-1A-2B-3C-4D-5E", or as much of it as fits.
 /// @param hw          may be null
 /// @param separator   the character between bytes
-/// @param buf         room for size bytes; terminated unless size is 0; empty for a null hw
+/// @param buf         room for size bytes; terminated unless size is 0; empty for a null hw; null:
+///                    nothing is written
 /// @param size        18 holds the whole text
 /// @return buf
 char *mac_ntop(const struct sockaddr *hw, int separator, char *buf, uint32_t size);
@@ -726,7 +727,8 @@ char *mac_ntop(const struct sockaddr *hw, int separator, char *buf, uint32_t siz
 /// Writes the hardware address of a network interface as text; see mac_ntop().
 /// @param ifname           cut to 15 characters; may be null
 /// @param separator,size   as for mac_ntop()
-/// @param buf              empty when there is no such interface; untouched when size is 0
+/// @param buf              empty when there is no such interface; untouched when size is 0; null:
+///                         nothing is written
 /// @return buf
 char *if_hwaddr_ntop(const char *ifname, int separator, char *buf, uint32_t size);
 

@@ -65,7 +65,7 @@ void xml_data_attr_num(xml_data *x, const char *name, unsigned value);
 /// Appends text escaped. TAB, LF and CR become references, so that they survive in attributes.
 /// @param x      the buffer
 /// @param text   null: nothing is appended
-/// @param n      bytes at most; the text ends at a NUL, too
+/// @param n      bytes at most, below 1: none; the text ends at a NUL, too
 void xml_data_txt(xml_data *x, const char *text, int n);
 
 /// Appends all that a descriptor holds, escaped, and closes it. Reads 4096 bytes at a time; a NUL
