@@ -90,6 +90,15 @@ TEST(HtmlPrintText, ReturnsZeroForNullOrEmptyText) {
     EXPECT_TRUE(prints("", [] { return html_print_text(""); }));
 }
 
+TEST(HtmlPrintText, EscapesBehindARunOfAnyLength) {
+    for (std::size_t length = 0; length <= 2100; ++length) {
+        const std::string run(length, 'x');
+        EXPECT_TRUE(prints(run + "&#8364;&#35373;&lt;" + run, [&] {
+            return html_print_text((run + "\u20AC\u8A2D<" + run).c_str());
+        })) << length;
+    }
+}
+
 TEST(HtmlPrintText, EscapesAnywhereInALongText) {
     for (const std::size_t position : {0u, 4090u, 4095u, 4096u, 4097u, 9999u}) {
         std::string utf8(10000, 'x');
