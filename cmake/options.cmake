@@ -16,6 +16,10 @@ set(CMAKE_C_STANDARD 99)
 set(CMAKE_C_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
+# D: an archive holds no times or owners, so that the same sources always give the same bytes.
+set(CMAKE_C_ARCHIVE_CREATE "<CMAKE_AR> qcD <TARGET> <LINK_FLAGS> <OBJECTS>")
+set(CMAKE_C_ARCHIVE_FINISH "<CMAKE_RANLIB> -D <TARGET>")
+
 if(QMV_SANITIZE)
     add_compile_options(-fsanitize=${QMV_SANITIZE} -fno-sanitize-recover=all
                         -fno-omit-frame-pointer)
