@@ -100,6 +100,19 @@ void add_decoding(const Text &text) {
         });
 }
 
+void add_lengths(const Text &text) {
+    const std::string name = std::string("utf8_length/") + text.kind;
+    const std::string &utf8 = text.utf8;
+    const unsigned most = static_cast<unsigned>(utf8.size());
+    expect_same(name, literal::utf8_length(utf8.c_str(), most, nullptr),
+                utf8_length(utf8.c_str(), most, nullptr));
+    add(name, "library", [&utf8, most] { return utf8_length(utf8.c_str(), most, nullptr); });
+    add(name, "literal",
+        [&utf8, most] { return literal::utf8_length(utf8.c_str(), most, nullptr); });
+    add(name, "limit", [&utf8] { return std::strlen(utf8.c_str()); });
+    add(name, "peer:glib", [&utf8] { return g_utf8_strlen(utf8.c_str(), -1); });
+}
+
 }  // namespace
 
 void add_texts() {
@@ -107,6 +120,8 @@ void add_texts() {
         add_escaping(texts()[i]);
     for (int i = 0; i < kTexts; ++i)
         add_decoding(texts()[i]);
+    for (int i = 0; i < kTexts; ++i)
+        add_lengths(texts()[i]);
 }
 
 }  // namespace bench

@@ -1,6 +1,5 @@
 #include <strings.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -10,6 +9,7 @@
 #include "qmv/cgi.h"
 #include "qmv/util.h"
 #include "util/ascii.h"
+#include "util/classes.h"
 #include "util/owners.h"
 
 namespace {
@@ -43,27 +43,52 @@ unsigned escape_digit(char c) {
 /// Replaces "+" by a blank and ends each piece at its separator. Returns the number of pieces.
 unsigned split_pieces(char *text) {
     unsigned count = 1;
-    for (; *text != '\0'; ++text) {
-        if (*text == '+') {
-            *text = ' ';
-        } else if (*text == '&' || *text == ';') {
-            *text = '\0';
-            ++count;
-        }
+    for (;; ++text) {
+        while ((qmv::class_of(*text) & qmv::kQueryText) != 0)
+            ++text;
+        if (*text == '\0')
+            return count;
+        count += *text != '+' ? 1 : 0;
+        *text = *text == '+' ? ' ' : '\0';
     }
-    return count;
 }
 
-/// Makes a variable of a piece that ends at `end`, decoding it in place.
-cgivar decode_piece(char *piece, char *end) {
-    char *value = std::strchr(piece, '=');
-    if (value != nullptr)
-        *value++ = '\0';
-    else
-        value = end;
-    cgi_unescape(value);
-    cgi_unescape(piece);
-    return {nullptr, piece, value};
+/// Decodes a text in place. Returns where it ended before.
+char *unescape(char *s) {
+    s = ::strchrnul(s, '%');
+    char *out = s;
+    while (*s != '\0') {
+        if (s[1] == '\0' || s[2] == '\0') {
+            s += s[1] == '\0' ? 1 : 2;
+            break;
+        }
+        *out++ = static_cast<char>(escape_digit(s[1]) * 16 + escape_digit(s[2]));
+        s += 3;
+        if (*s == '%')
+            continue;
+        const auto length = static_cast<size_t>(::strchrnul(s, '%') - s);
+        std::memmove(out, s, length);
+        out += length;
+        s += length;
+    }
+    *out = '\0';
+    return s;
+}
+
+/// Makes a variable of the piece at a place, decoding it in place, and goes on behind it.
+cgivar take_piece(char *&text) {
+    char *name = text;
+    char *equals = std::strchr(name, '=');
+    if (equals != nullptr)
+        *equals = '\0';
+    char *value = unescape(name);
+    char *end = value;
+    if (equals != nullptr) {
+        value = equals + 1;
+        end = unescape(value);
+    }
+    text = end + 1;
+    return {nullptr, name, value};
 }
 
 int decode_variables(void *ctx, char *text, cgivars_callback cb, unsigned mode) {
@@ -76,11 +101,8 @@ int decode_variables(void *ctx, char *text, cgivars_callback cb, unsigned mode) 
     // Intended: without memory for the records the variables are only counted.
     if (!vars)
         return static_cast<int>(count);
-    for (unsigned i = 0; i < count; ++i) {
-        char *end = text + std::strlen(text);
-        vars[i] = decode_piece(text, end);
-        text = end + 1;
-    }
+    for (unsigned i = 0; i < count; ++i)
+        vars[i] = take_piece(text);
     return cb(ctx, vars.get(), count, mode);
 }
 
@@ -171,18 +193,6 @@ int cgidecode(void *ctx, char *text, cgivars_callback cb, unsigned mode) {
 }
 
 void cgi_unescape(char *s) {
-    if (s == nullptr)
-        return;
-    char *out = s;
-    while (*s != '\0') {
-        if (*s != '%') {
-            *out++ = *s++;
-            continue;
-        }
-        if (s[1] == '\0' || s[2] == '\0')
-            break;
-        *out++ = static_cast<char>(escape_digit(s[1]) * 16 + escape_digit(s[2]));
-        s += 3;
-    }
-    *out = '\0';
+    if (s != nullptr)
+        unescape(s);
 }

@@ -14,7 +14,7 @@ constexpr std::string_view kDelimiterStart = "\r\n--";
 constexpr int kStartSize = static_cast<int>(kDelimiterStart.size());
 constexpr int kChunkSize = 1024;  // the most that a caller's writer receives in one call
 constexpr int kPlainReads = 8;  // enough for a short field; looking ahead takes some calls to begin
-constexpr size_t kLargeSize = 3 * qmv::LookAhead::kWindow;
+constexpr size_t kLargeSize = 3 * qmv::LookAhead::kWindow + 4096;
 
 /// Searches the stream for one delimiter: "\r\n--" and the boundary. It takes no more than the rest
 /// of a delimiter can hold, so that what stands behind it stays in the descriptor. It may see more

@@ -16,11 +16,15 @@
 #include "qmv/html.h"
 #include "qmv/util.h"
 #include "util/ascii.h"
+#include "util/classes.h"
 #include "util/owners.h"
 #include "util/utf8.h"
 
 namespace {
 
+// Code points from the first on are printed as references, by number or, from the second to 255, by
+// name.
+constexpr unsigned kFirstNumbered = 127;
 constexpr unsigned kFirstNamed = 160;
 
 // Entity names of the code points 160 to 255. A name that fills its slot would lack its terminator,
@@ -51,40 +55,10 @@ constexpr auto kNameLengths = [] {
 constexpr size_t kGrowth = 4096;
 constexpr size_t kReserve = 16;
 
-/// The name of a markup character, or an empty text.
-constexpr std::string_view markup_name(unsigned cp) {
-    switch (cp) {
-        case '"':
-            return "quot";
-        case '&':
-            return "amp";
-        case '<':
-            return "lt";
-        case '>':
-            return "gt";
-        default:
-            return {};
-    }
-}
-
-/// Tells whether a byte is a whole character that prints as itself.
-constexpr bool is_plain(unsigned char byte) {
-    return byte != 0 && byte < 127 && markup_name(byte).empty();
-}
-
-constexpr std::array<bool, 256> make_plain_table() {
-    std::array<bool, 256> table{};
-    for (unsigned byte = 0; byte < table.size(); ++byte)
-        table[byte] = is_plain(static_cast<unsigned char>(byte));
-    return table;
-}
-
-constexpr auto kPlain = make_plain_table();
-
 #if defined(__SSE2__) && !defined(QMV_SMALL)
-/// Plain characters that the 16 bytes at a place begin with. Some of them may stand behind the text.
-[[gnu::no_sanitize_address]] unsigned plain_bytes(const char *text) {
-    const __m128i bytes = _mm_load_si128(reinterpret_cast<const __m128i *>(text));
+/// A bit for each of 16 bytes that are not plain. Some of them may stand outside of the text.
+[[gnu::no_sanitize_address]] unsigned find_special(const char *block) {
+    const __m128i bytes = _mm_load_si128(reinterpret_cast<const __m128i *>(block));
     const auto is = [&bytes](char either, char differing_bit) {
         const __m128i other_bits = _mm_set1_epi8(static_cast<char>(~differing_bit));
         return _mm_cmpeq_epi8(_mm_and_si128(bytes, other_bits), _mm_set1_epi8(either));
@@ -94,34 +68,34 @@ constexpr auto kPlain = make_plain_table();
     const __m128i one_more = _mm_add_epi8(bytes, _mm_set1_epi8(1));
     const __m128i outside = _mm_cmplt_epi8(one_more, _mm_set1_epi8(2));
     const __m128i special = _mm_or_si128(outside, _mm_or_si128(is('"', 4), is('<', 2)));
-    const auto mask = static_cast<unsigned>(_mm_movemask_epi8(special));
-    return static_cast<unsigned>(std::countr_zero(mask | 0x10000U));
+    return static_cast<unsigned>(_mm_movemask_epi8(special));
 }
-#endif
 
 /// Length of the run of plain characters that a text begins with, at most `limit`.
 size_t plain_run(const char *text, size_t limit) {
-    size_t length = 0;
-#if defined(__SSE2__) && !defined(QMV_SMALL)
+    if (limit == 0)
+        return 0;
     // Aligned blocks do not reach into a page that the text does not reach into.
-    while (length < limit && reinterpret_cast<uintptr_t>(text + length) % 16 != 0) {
-        if (!kPlain[static_cast<unsigned char>(text[length])])
-            return length;
-        ++length;
+    const size_t skipped = reinterpret_cast<uintptr_t>(text) % 16;
+    unsigned special = find_special(text - skipped) >> skipped;
+    size_t length = 0;
+    if (special == 0) {
+        length = 16 - skipped;
+        while (length < limit && (special = find_special(text + length)) == 0)
+            length += 16;
     }
-    while (length < limit) {
-        const unsigned plain = plain_bytes(text + length);
-        length += plain;
-        if (plain < 16)
-            break;
-    }
+    if (special != 0)
+        length += static_cast<size_t>(std::countr_zero(special));
     return std::min(length, limit);
+}
 #else
-    while (length < limit && kPlain[static_cast<unsigned char>(text[length])])
+size_t plain_run(const char *text, size_t limit) {
+    size_t length = 0;
+    while (length < limit && (qmv::class_of(text[length]) & qmv::kHtmlText) != 0)
         ++length;
     return length;
-#endif
 }
+#endif
 
 /// Writes "#" and a number of three to five digits. Returns the length.
 size_t put_number(char *out, unsigned number) {
@@ -134,24 +108,29 @@ size_t put_number(char *out, unsigned number) {
     return digits + 1;
 }
 
+/// Writes a plain or a markup character to a place with room for kReserve bytes. Returns the length,
+/// 0 for any other byte.
+size_t put_ascii(char *out, char c) {
+    const unsigned kind = qmv::class_of(c);
+    *out = c;
+    if ((kind & qmv::kHtmlText) != 0)
+        return 1;
+    if (kind >> qmv::kEntityShift == 0)
+        return 0;
+    return static_cast<size_t>(qmv::put(out, qmv::entity_of(kind)) - out);
+}
+
 /// Writes a code point as text or as an entity to a place with room for kReserve bytes. Returns the
 /// length.
 size_t encode(char *out, unsigned cp) {
-    if (cp < 127 && kPlain[cp]) {
-        *out = static_cast<char>(cp);
-        return 1;
-    }
-    if (cp == 0)
-        return 0;
+    if (cp < kFirstNumbered)
+        return put_ascii(out, static_cast<char>(cp));
     out[0] = '&';
     size_t length = 1;
     if (cp >= kFirstNamed && cp <= 255) {
         const char *name = kNames[cp - kFirstNamed];
         std::memcpy(out + 1, name, sizeof kNames[0]);
         length += kNameLengths[cp - kFirstNamed];
-    } else if (const std::string_view name = markup_name(cp); !name.empty()) {
-        std::memcpy(out + 1, name.data(), name.size());
-        length += name.size();
     } else {
         length += put_number(out + 1, cp);
     }
@@ -162,31 +141,32 @@ size_t encode(char *out, unsigned cp) {
 /// Escaped text on its way to stdout.
 class EscapedOutput {
   public:
-    /// Adds the run of plain characters, at most `limit`, that a text begins with. Returns its length.
-    size_t add_run(const char *text, size_t limit) {
-        constexpr size_t kShort = 8;
-        if (sizeof buffer_ - used_ < kShort)
-            flush();
+    /// Adds the plain and markup characters that a text begins with, at most `limit`. Returns their
+    /// number.
+    size_t add_ascii(const char *text, size_t limit) {
         size_t length = 0;
-        for (; length < std::min(limit, kShort); ++length) {
-            if (!kPlain[static_cast<unsigned char>(text[length])])
+        for (;;) {
+            const size_t before = used_;
+            const size_t added = add_few(text + length, std::min(limit - length, kFew));
+            length += added;
+            if (added < kFew)
                 return length;
-            buffer_[used_++] = text[length];
+            if (used_ != before + kFew)
+                continue;
+            const size_t plain = plain_run(text + length, limit - length);
+            add_plain(text + length, plain);
+            length += plain;
         }
-        const size_t more = plain_run(text + length, limit - length);
-        add_plain(text + length, more);
-        return length + more;
     }
 
     void add_plain(const char *text, size_t length) {
-        while (length > 0) {
-            if (used_ == sizeof buffer_)
-                flush();
-            const size_t part = std::min(length, sizeof buffer_ - used_);
-            std::memcpy(buffer_ + used_, text, part);
-            used_ += part;
-            text += part;
-            length -= part;
+        if (length > sizeof buffer_ - used_)
+            flush();
+        if (length > sizeof buffer_) {
+            print({text, length});
+        } else {
+            std::memcpy(buffer_ + used_, text, length);
+            used_ += length;
         }
     }
     void add(unsigned cp) {
@@ -200,21 +180,42 @@ class EscapedOutput {
         return static_cast<int>(printed_);
     }
 
-    /// Each character is printed on its own account: one that fails does not keep the following
-    /// ones from being tried, though nothing more of its own entity is.
-    void flush() {
-        std::string_view left(buffer_, std::exchange(used_, 0));
-        while (!left.empty()) {
-            const auto done =
-                static_cast<unsigned>(print_mem(left.data(), static_cast<unsigned>(left.size())));
-            printed_ += done;
-            left.remove_prefix(behind_character(left, done));
-        }
-    }
+    void flush() { print({buffer_, std::exchange(used_, 0)}); }
 
     void add_printed(int count) { printed_ += static_cast<unsigned>(count); }
 
   private:
+    static constexpr size_t kFew = 8;  // a run of fewer characters is copied faster than searched
+
+    /// As add_ascii(), for up to kFew characters.
+    size_t add_few(const char *text, size_t limit) {
+        if (sizeof buffer_ - used_ < kFew * sizeof(qmv::ShortText))
+            flush();
+        char *to = buffer_ + used_;
+        size_t length = 0;
+        for (; length < limit; ++length) {
+            const size_t printed = put_ascii(to, text[length]);
+            if (printed == 0)
+                break;
+            to += printed;
+        }
+        used_ = static_cast<size_t>(to - buffer_);
+        return length;
+    }
+
+    /// Each character is printed on its own account: one that fails does not keep the following
+    /// ones from being tried, though nothing more of its own entity is.
+    void print(std::string_view escaped) {
+        for (;;) {
+            const auto size = static_cast<unsigned>(escaped.size());
+            const auto done = static_cast<unsigned>(print_mem(escaped.data(), size));
+            printed_ += done;
+            if (done == size)
+                return;
+            escaped.remove_prefix(behind_character(escaped, done));
+        }
+    }
+
     /// The end of the character that the byte at a place belongs to.
     static size_t behind_character(std::string_view text, size_t place) {
         size_t end = 0;
@@ -223,7 +224,7 @@ class EscapedOutput {
         return end;
     }
 
-    char buffer_[512];
+    char buffer_[1024];
     size_t used_ = 0;
     unsigned printed_ = 0;
 };
@@ -265,10 +266,11 @@ int html_print_text(const char *utf8) {
         return 0;
     EscapedOutput output;
     while (*utf8 != '\0') {
-        utf8 += output.add_run(utf8, INT_MAX);
-        const qmv::Decoded step = qmv::decode_utf8(utf8, qmv::kNoLimit);
-        output.add(step.code);
-        utf8 += step.used;
+        if (static_cast<unsigned char>(*utf8) < kFirstNumbered) {
+            utf8 += output.add_ascii(utf8, INT_MAX);
+            continue;
+        }
+        output.add(qmv::take_code(utf8, qmv::kNoLimit));
     }
     return output.finish();
 }
@@ -279,19 +281,19 @@ int html_print_text_limit(unsigned max_chars, const char *utf8, unsigned max_byt
     EscapedOutput output;
     while (max_bytes > 0 && max_chars > 0 && *utf8 != '\0') {
         const size_t plain =
-            output.add_run(utf8, std::min({max_bytes, max_chars, unsigned{INT_MAX}}));
+            output.add_ascii(utf8, std::min({max_bytes, max_chars, unsigned{INT_MAX}}));
         if (plain > 0) {
             utf8 += plain;
             max_bytes -= max_bytes == qmv::kNoLimit ? 0 : static_cast<unsigned>(plain);
             max_chars -= max_chars == qmv::kNoLimit ? 0 : static_cast<unsigned>(plain);
             continue;
         }
-        const qmv::Decoded step = qmv::decode_utf8(utf8, max_bytes);
-        utf8 += step.used;
-        if (step.code == 0)
+        const char *const begin = utf8;
+        const unsigned code = qmv::take_code(utf8, max_bytes);
+        if (code == 0)
             break;
-        output.add(step.code);
-        max_bytes -= max_bytes == qmv::kNoLimit ? 0 : step.used;
+        output.add(code);
+        max_bytes -= max_bytes == qmv::kNoLimit ? 0 : static_cast<unsigned>(utf8 - begin);
         max_chars -= max_chars == qmv::kNoLimit ? 0 : 1;
     }
     return output.finish();
@@ -311,9 +313,7 @@ int html_asprint_text(char **out, const char *utf8) {
                 break;
             capacity += kGrowth;
         }
-        const qmv::Decoded step = qmv::decode_utf8(utf8, qmv::kNoLimit);
-        length += encode(text.get() + length, step.code);
-        utf8 += step.used;
+        length += encode(text.get() + length, qmv::take_code(utf8, qmv::kNoLimit));
     }
     text[length] = '\0';
     *out = text.release();
@@ -338,9 +338,7 @@ int html_print_text_nl(const char *utf8) {
             if (*utf8 != '\0')
                 ++utf8;
         } else {
-            const qmv::Decoded step = qmv::decode_utf8(utf8, qmv::kNoLimit);
-            output.add(step.code);
-            utf8 += step.used;
+            output.add(qmv::take_code(utf8, qmv::kNoLimit));
         }
     }
     return output.finish();

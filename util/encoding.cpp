@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 
@@ -34,19 +35,30 @@ static_assert(kGsmBasic[kGsmEscape] == 0xA0, "the escape septet has its own entr
 // Characters of the extension table: an escape and one further septet. There is no form feed.
 constexpr std::u16string_view kGsmExtension = u"^{}\\[~]|\u20AC";
 
+/// Length of the ASCII text at a place, at most `limit`, as far as it fills aligned words.
+[[gnu::no_sanitize_address]] unsigned ascii_words(const char *text, unsigned limit) {
+    constexpr std::uintptr_t kOnes = ~std::uintptr_t{0} / 0xFF;
+    constexpr std::uintptr_t kHighBits = kOnes << 7;
+    constexpr unsigned kSize = sizeof(std::uintptr_t);
+    // A whole aligned word can be read even where the text ends in it.
+    if (reinterpret_cast<std::uintptr_t>(text) % kSize != 0)
+        return 0;
+    unsigned length = 0;
+    for (; limit - length >= kSize; length += kSize) {
+        std::uintptr_t word = 0;
+        std::memcpy(&word, text + length, kSize);
+        if (((word | (word - kOnes)) & kHighBits) != 0)
+            break;
+    }
+    return length;
+}
+
 }  // namespace
 
 unsigned utf8_to_ucs2(const char **cursor, unsigned avail) {
     if (cursor == nullptr || avail == 0 || *cursor == nullptr)
         return 0;
-    const auto byte = static_cast<unsigned char>(**cursor);
-    if (byte < 0x80) {
-        *cursor += byte != 0 ? 1 : 0;
-        return byte;
-    }
-    const qmv::Decoded step = qmv::decode_utf8(*cursor, avail);
-    *cursor += step.used;
-    return step.code;
+    return qmv::take_code(*cursor, avail);
 }
 
 char *ucs2_to_utf8(char *out, unsigned room, unsigned code) {
@@ -76,8 +88,13 @@ unsigned utf8_length(const char *s, unsigned max_chars, unsigned *byte_len) {
     const char *cursor = s;
     unsigned count = 0;
     while (count < max_chars && *cursor != '\0') {
+        if (const unsigned run = ascii_words(cursor, max_chars - count); run > 0) {
+            cursor += run;
+            count += run;
+            continue;
+        }
         // Intended: a text with an invalid sequence counts as full.
-        count = utf8_to_ucs2(&cursor, qmv::kNoLimit) != 0 ? count + 1 : max_chars;
+        count = qmv::take_code(cursor, qmv::kNoLimit) != 0 ? count + 1 : max_chars;
     }
     if (byte_len != nullptr)
         *byte_len = static_cast<unsigned>(cursor - s);

@@ -4,38 +4,31 @@
 
 namespace qmv {
 
-/// One step of decoding: the code, or 0, and how many bytes it used.
-struct Decoded {
-    unsigned code;
-    unsigned used;
-};
-
-/// Decodes a sequence whose lead byte announces one or two continuation bytes.
-inline Decoded decode_sequence(const unsigned char *bytes, unsigned avail) {
-    const unsigned lead = bytes[0];
-    const unsigned length = lead < 0xE0 ? 2 : 3;
-    for (unsigned i = 1; i < length; ++i) {
-        if (avail == i)
-            return {0, 0};
-        // Intended: the ASCII byte is consumed together with the bad lead byte, a NUL is not.
-        if (bytes[i] < 0x80)
-            return {0, bytes[i] == 0 ? i : i + 1};
-    }
-    const unsigned second = bytes[1] - 0x80U;
-    if (length == 2)
-        return {((lead - 0xC0U) << 6) + second, 2};
-    return {(((lead - 0xE0U) << 12) + (second << 6) + (bytes[2] - 0x80U)) & 0xFFFF, 3};
-}
-
-/// Decodes the character at a place with at least one byte; a NUL is code 0 and uses nothing.
-inline Decoded decode_utf8(const char *text, unsigned avail) {
+/// Takes the character at a place with at least one byte. Returns its code, or 0.
+inline unsigned take_code(const char *&text, unsigned avail) {
     const auto *bytes = reinterpret_cast<const unsigned char *>(text);
     const unsigned lead = bytes[0];
+    const auto take = [&text](unsigned count, unsigned code) {
+        text += count;
+        return code;
+    };
     if (lead < 0x80)
-        return {lead, lead != 0 ? 1U : 0U};
-    if (lead >= 0xC0 && lead < 0xF0)
-        return decode_sequence(bytes, avail);
-    return {0, 1};
+        return take(lead != 0 ? 1 : 0, lead);
+    if (lead < 0xC0 || lead >= 0xF0)
+        return take(1, 0);
+    if (avail == 1)
+        return 0;
+    // Intended: an ASCII byte is taken together with the bad sequence, a NUL is not.
+    if (bytes[1] < 0x80)
+        return take(bytes[1] != 0 ? 2 : 1, 0);
+    const unsigned second = bytes[1] - 0x80U;
+    if (lead < 0xE0)
+        return take(2, ((lead - 0xC0U) << 6) + second);
+    if (avail == 2)
+        return 0;
+    if (bytes[2] < 0x80)
+        return take(bytes[2] != 0 ? 3 : 2, 0);
+    return take(3, (((lead - 0xE0U) << 12) + (second << 6) + (bytes[2] - 0x80U)) & 0xFFFF);
 }
 
 }  // namespace qmv

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -5,6 +6,7 @@
 #include "qmv/util.h"
 #include "qmv/xml.h"
 #include "util/ascii.h"
+#include "util/classes.h"
 #include "util/owners.h"
 
 namespace {
@@ -30,35 +32,51 @@ unsigned char *reserve(xml_data &x, uint32_t more) {
     return x.capacity != 0 ? x.data + x.length : nullptr;
 }
 
-void append(xml_data *x, std::string_view text) {
-    xml_data_append(x, text.data(), qmv::clamp_to_int(text.size()));
+/// Where so many more bytes go, or null when the buffer would have to grow first.
+unsigned char *find_room(const xml_data *x, size_t more) {
+    const bool fits = x != nullptr && x->data != nullptr && x->length <= x->capacity &&
+                      more <= x->capacity - x->length;
+    return fits ? x->data + x->length : nullptr;
 }
 
-/// What is written for a byte of text, or an empty text when it stands for itself.
-constexpr std::string_view reference(char c) {
-    switch (c) {
-        case '\t':
-            return "&#9;";
-        case '\n':
-            return "&#10;";
-        case '\r':
-            return "&#13;";
-        case '"':
-            return "&quot;";
-        case '&':
-            return "&amp;";
-        case '\'':
-            return "&apos;";
-        case '<':
-            return "&lt;";
-        case '>':
-            return "&gt;";
-        default:
-            return {};
+// What append() takes: texts, and short ones that lie in a slot.
+size_t room_for(std::string_view s) {
+    return s.size();
+}
+size_t room_for(const qmv::ShortText &s) {
+    return sizeof s.text;
+}
+unsigned char *put(unsigned char *to, std::string_view s) {
+    if (!s.empty())
+        std::memcpy(to, s.data(), s.size());
+    return to + s.size();
+}
+using qmv::put;
+void append_growing(xml_data *x, std::string_view s) {
+    xml_data_append(x, s.data(), qmv::clamp_to_int(s.size()));
+}
+void append_growing(xml_data *x, const qmv::ShortText &s) {
+    xml_data_append(x, s.text, s.length);
+}
+
+/// Appends texts. A buffer that has to grow does so for each of them: one that finds no memory does
+/// not keep the others out.
+template <typename... Texts>
+void append(xml_data *x, const Texts &...texts) {
+    unsigned char *end = find_room(x, (room_for(texts) + ...));
+    if (end == nullptr) {
+        (append_growing(x, texts), ...);
+        return;
     }
+    ((end = put(end, texts)), ...);
+    x->length = static_cast<uint32_t>(end - x->data);
 }
 
-constexpr std::string_view kLineFeed = reference('\n');
+std::string_view view(const char *s) {
+    return s != nullptr ? s : "";
+}
+
+constexpr std::string_view kLineFeed = "&#10;";
 
 /// Drops a line feed from the end of the buffer. Returns how many bytes of the input that were.
 int drop_line_feed(xml_data *x) {
@@ -89,35 +107,34 @@ void xml_data_append(xml_data *x, const void *bytes, int n) {
 
 void xml_data_str(xml_data *x, const char *s) {
     if (s != nullptr)
-        append(x, s);
+        append(x, view(s));
 }
 
 void xml_data_header(xml_data *x) {
-    append(x, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n");
+    append(x, view("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"));
 }
 
 void xml_data_tag(xml_data *x, const char *name, unsigned kind) {
     struct Ends {
-        char begin[4];
-        char end[4];
+        qmv::ShortText begin;
+        qmv::ShortText end;
     };
     // By xml_tag_kind; any other kind is an open tag.
-    constexpr Ends kEnds[] = {{"<", ">"}, {"<", ">\n"}, {"<", ""}, {"</", ">\n"}, {"<", "/>\n"}};
+    constexpr Ends kEnds[] = {{{"<", 1}, {">", 1}},
+                              {{"<", 1}, {">\n", 2}},
+                              {{"<", 1}, {"", 0}},
+                              {{"</", 2}, {">\n", 2}},
+                              {{"<", 1}, {"/>\n", 3}}};
     const Ends &ends = kEnds[kind <= XML_TAG_EMPTY ? kind : unsigned{XML_TAG_OPEN}];
-    if (name != nullptr) {
-        append(x, ends.begin);
-        append(x, name);
-    }
-    append(x, ends.end);
+    if (name != nullptr)
+        append(x, ends.begin, view(name), ends.end);
+    else
+        append(x, ends.end);
 }
 
 void xml_data_attr_str(xml_data *x, const char *name, const char *value) {
-    append(x, " ");
-    xml_data_str(x, name);
-    append(x, "=\"");
-    // Intended: not escaped.
-    xml_data_str(x, value);
-    append(x, "\"");
+    // Intended: the value is not escaped.
+    append(x, view(" "), view(name), view("=\""), view(value), view("\""));
 }
 
 void xml_data_attr_num(xml_data *x, const char *name, unsigned value) {
@@ -127,17 +144,21 @@ void xml_data_attr_num(xml_data *x, const char *name, unsigned value) {
 }
 
 void xml_data_txt(xml_data *x, const char *text, int n) {
-    const char *run = text;
-    const char *cursor = text;
-    for (int left = text != nullptr ? n : 0; left > 0 && *cursor != '\0'; --left, ++cursor) {
-        const std::string_view written = reference(*cursor);
-        if (written.empty())
-            continue;
-        append(x, {run, static_cast<size_t>(cursor - run)});
-        append(x, written);
-        run = cursor + 1;
+    if (text == nullptr || n < 0)
+        n = 0;
+    const char *const end = text + n;
+    for (;;) {
+        const char *const run = text;
+        while (text < end && (qmv::class_of(*text) & qmv::kXmlText) != 0)
+            ++text;
+        const std::string_view plain(run, static_cast<size_t>(text - run));
+        if (text == end || *text == '\0') {
+            append(x, plain);
+            return;
+        }
+        append(x, plain, qmv::entity_of(qmv::class_of(*text)));
+        ++text;
     }
-    append(x, {run, static_cast<size_t>(cursor - run)});
 }
 
 int xml_data_txt_fd(xml_data *x, int fd) {

@@ -17,6 +17,7 @@ int full_write_fd(int fd, const void *buf, int len);
 int full_line_read_fd(int fd, char *buf, unsigned size);
 
 unsigned utf8_to_ucs2(const char **cursor, unsigned avail);
+unsigned utf8_length(const char *s, unsigned max_chars, unsigned *byte_len);
 
 int base64_encode(char *out, int out_size, const unsigned char *in, int in_len);
 int base64_decode(unsigned char *out, int out_size, const char *in, int in_len);

@@ -39,4 +39,16 @@ unsigned utf8_to_ucs2(const char **cursor, unsigned avail) {
     return (((lead - 0xE0) << 12) + ((second - 0x80) << 6) + (third - 0x80)) & 0xFFFF;
 }
 
+unsigned utf8_length(const char *s, unsigned max_chars, unsigned *byte_len) {
+    if (s == nullptr)
+        return 0;
+    const char *cursor = s;
+    unsigned count = 0;
+    while (count < max_chars && *cursor != '\0')
+        count = literal::utf8_to_ucs2(&cursor, 0xFFFFFFFF) == 0 ? max_chars : count + 1;
+    if (byte_len != nullptr)
+        *byte_len = static_cast<unsigned>(cursor - s);
+    return count;
+}
+
 }  // namespace literal

@@ -42,6 +42,7 @@ int getcgivars(void *ctx, cgivars_callback body_cb, cgivars_callback query_cb);
 
 /// Decodes one text of variables, or reads a multipart body from descriptor 0. Used by
 /// getcgivars(), and may exit as it does when a header line cannot be read or stored.
+/// @param ctx    handed to the callback
 /// @param text   changed in place; in mode CGI_MODE_MULTIPART the boundary. Null, or empty in the
 ///               other modes: 0 is returned without a call
 /// @param cb     may be null: variables are counted, parts are skipped
@@ -83,6 +84,7 @@ int mpart_write_fd(void *fd_ptr, const void *buf, int len);
 
 /// Writer to a standard I/O stream, for scan_boundary().
 /// @param stream   a FILE *
+/// @param buf      the bytes
 /// @param len      below 1: nothing is written
 /// @return
 ///  - 0: done; a failed write is not reported

@@ -21,7 +21,7 @@ enum qmv_head_script {
     HEAD_SCRIPT_FILE = 0x4    ///< the text is the path of a file to copy
 };
 
-/* ---- Text ---- */
+/* ---- Escaped text ---- */
 
 /// Writes the HTML form of one character, without a terminator: itself, "&amp;", "&eacute;" or
 /// "&#8364;". Not "'", which stays as it is.
@@ -32,6 +32,7 @@ int html_entity_encode(unsigned char *buf, unsigned cp);
 
 /// Prints bytes raw.
 /// @param buf   null: 0 is returned
+/// @param len   bytes to print
 /// @return bytes printed; fewer than len after a write error
 int print_mem(const void *buf, unsigned len);
 
@@ -73,6 +74,8 @@ int html_asprint_text(char **out, const char *utf8);
 
 /// Prints a text as the print flags ask: escaped, or with PRINT_RAW raw, or with PRINT_RAW and
 /// PRINT_WINDOWS_CLIENT raw with CR LF line ends.
+/// @param s       UTF-8 when it is escaped; null: 0 is returned
+/// @param flags   PRINT_RAW and PRINT_WINDOWS_CLIENT count
 /// @return bytes printed
 int print_xstr(const char *s, unsigned flags);
 
@@ -91,8 +94,9 @@ int html_print_text_nl(const char *utf8);
 /// which is ignored when negative. In front of an integer conversion flags, width and precision
 /// mean what they mean to printf; a "*" there takes its argument and has no other effect. A width
 /// above 2147483647 counts as that.
-/// @param raw   0: the text between conversions is escaped; otherwise it is printed as it is
-/// @param fmt   null: 0 is returned. A "%" without a conversion letter behind it ends the output.
+/// @param raw       0: the text between conversions is escaped; otherwise it is printed as it is
+/// @param fmt,...   null: 0 is returned. A "%" without a conversion letter behind it ends the
+///                  output. A null string argument prints nothing
 /// @return bytes printed
 /// Intended: "." does not end a number, so that "%10.5s" limits to 105 characters; an unsupported
 /// conversion, such as "%f" or "%p", swallows the text up to the next supported letter.
@@ -102,12 +106,15 @@ int html_printf(int raw, const char *fmt, ...) QMV_PRINTF(2, 3);
 /// @param spec       from "%" to the conversion letter (d, i, o, u, x or X); characters between
 ///                   them other than flags, width and precision are left out
 /// @param spec_len   its length
+/// @param value      the number; an unsigned one as an int of the same bits
 /// @return
 ///  - 0 or more: bytes printed
 ///  - negative: no such conversion (nothing is printed), or printf failed
 int html_printf_unsigned(const char *spec, unsigned spec_len, int value);
 
 /// Prints one signed conversion with printf; the same as html_printf_unsigned(), for %d and %i.
+/// @param spec,spec_len   as for html_printf_unsigned()
+/// @param value           the number
 /// @return
 ///  - 0 or more: bytes printed
 ///  - negative: no such conversion (nothing is printed), or printf failed
@@ -122,15 +129,18 @@ int html_printf_signed(const char *spec, unsigned spec_len, int value);
 int print_flags(unsigned flags);
 
 /// Names an attribute: 0 "", 1 " disabled", 2 " checked", 3 " readonly", 4 " selected".
+/// @param index   0 to 4
 /// @return a constant text; "" for every other index
 const char *html_attr(unsigned index);
 
 /// Adds PRINT_WINDOWS_CLIENT to print flags when the browser says that it runs on Windows.
+/// @param flags        bits of qmv_print_flags
 /// @param user_agent   text of the User-Agent header; may be null
 /// @return the flags to use
 unsigned get_print_flags(unsigned flags, const char *user_agent);
 
 /// Prints ", " when PRINT_JSON_COMMA is set: the beginning of every JSON member but the first.
+/// @param flags   bits of qmv_print_flags
 /// @return bytes printed
 int print_json_flags(unsigned flags);
 
@@ -142,7 +152,7 @@ int print_json_flags(unsigned flags);
 ///  - -1: a null argument, a text that is empty once escaped, or no memory
 int asprint_title(char **out, const char *text);
 
-/* ---- The frame of a page ---- */
+/* ---- Page frame ---- */
 
 /// Prints the beginning of a page: the program's header lines, "<html>", "<head>".
 /// @param header1,header2   raw; each may be null; the last line must be followed by an empty one
@@ -166,13 +176,14 @@ int print_head_p2(const char *title, const char *body_attrs);
 int print_head_script(unsigned how, const char *script);
 
 /// Prints a style element that holds the given files, one behind the other.
-/// @param path   files to copy, the list ended by a null pointer; null: nothing is printed
+/// @param path,...   files to copy, the list ended by a null pointer; null: nothing is printed
 /// @return result of the last print_str(); 0 when nothing was printed
 /// Intended: a file that cannot be opened counts, so that the element is printed around nothing.
 int print_head_css(const char *path, ...);
 
 /// Prints a meta element that loads a page after some seconds.
-/// @param url_fmt   printf format of the address, printed raw; null: this page again
+/// @param seconds       how long to wait
+/// @param url_fmt,...   printf format of the address, printed raw; null: this page again
 /// @return result of the last piece printed
 /// Intended: when the address cannot be formatted, the tag is left open.
 int print_head_refresh(unsigned seconds, const char *url_fmt, ...) QMV_PRINTF(2, 3);
@@ -180,7 +191,7 @@ int print_head_refresh(unsigned seconds, const char *url_fmt, ...) QMV_PRINTF(2,
 /// Prints a whole page, without a body, that leads to another one.
 /// @param header1,header2   raw header lines; each may be null
 /// @param seconds           how long to wait
-/// @param url_fmt           printf format of the address, printed raw; null: no meta element
+/// @param url_fmt,...       printf format of the address, printed raw; null: no meta element
 /// @return result of the last print_str()
 int print_refresh(const char *header1, const char *header2, unsigned seconds, const char *url_fmt,
                   ...) QMV_PRINTF(4, 5);

@@ -82,15 +82,18 @@ typedef struct cgivar {
 } cgivar;
 
 /// Takes one batch of variables.
-/// @param ctx    the pointer that was handed to getcgivars()
-/// @param vars   first of `count` records; null when count is 0
-/// @param mode   one of qmv_cgi_mode
-/// @return handed on by the decoder as getcgivars() says
+/// @param ctx     the pointer that was handed to getcgivars()
+/// @param vars    first of the records; null when there are none
+/// @param count   number of records
+/// @param mode    one of qmv_cgi_mode
+/// @return handed on as getcgivars() says
 typedef int (*cgivars_callback)(void *ctx, struct cgivar *vars, unsigned count, unsigned mode);
 
 /// Takes a piece of uploaded content; see scan_boundary(), which ignores the result.
 /// @param ctx   the context that was handed to scan_boundary()
-/// @param len   bytes at `buf`, 0 to 1024
+/// @param buf   the bytes, valid during the call
+/// @param len   0 to 1024
+/// @return ignored
 typedef int (*qmv_writer)(void *ctx, const void *buf, int len);
 
 /// Decides whether a text box keeps a character.

@@ -17,7 +17,7 @@ QMV_BEGIN_DECLS
 /// Reads up to `len` bytes, until they are all there or the input ends.
 /// @param fd    any readable descriptor
 /// @param buf   room for len bytes; after a failure its contents are undefined
-/// @param len   below 1: nothing is read
+/// @param len   below 1: nothing is read, and buf may be null
 /// @return
 ///  - 0 to len: bytes read; fewer than len means that the input ended
 ///  - -1: a read failed (EAGAIN included); bytes read before are lost to the caller
@@ -34,6 +34,8 @@ int full_read_fd(int fd, void *buf, int len);
 int full_write_fd(int fd, const void *buf, int len);
 
 /// Copies the rest of one descriptor to another, 4096 bytes at a time.
+/// @param in_fd    any readable descriptor
+/// @param out_fd   any writable descriptor
 /// @return
 ///  - 0 or more: bytes copied, at most 2147483647 even when more were
 ///  - -1: a read or a write failed
@@ -41,6 +43,7 @@ int full_copy_fd(int in_fd, int out_fd);
 
 /// Prints the file behind a descriptor, from its current position.
 /// Meant for regular files: one that reports no size, such as a pipe, prints nothing.
+/// @param fd   a readable file
 /// @return
 ///  - 0 or more: bytes printed, at most 2147483647 even when more were; 0 for an empty file
 ///  - -1: fstat or a read failed, or stdout did not take the bytes
@@ -77,6 +80,7 @@ int rd_file_line(const char *path, int (*callback)(void *ctx, char *line), void 
 /* ---- Files and directories ---- */
 
 /// Removes the file whose path a printf format gives.
+/// @param format,...   of the path
 /// @return
 ///  - 0: it was removed
 ///  - -1: a null format, no memory, or unlink() failed
@@ -84,12 +88,14 @@ int remove_filef(const char *format, ...) QMV_PRINTF(1, 2);
 
 /// Removes a directory and the files in it, hidden ones too. Directories in it are not entered:
 /// they stay, and so does this one.
+/// @param dir   path of the directory
 /// @return
 ///  - 0: it was removed
 ///  - -1: a null argument, or rmdir() failed
 int remove_dir_leaf(const char *dir);
 
 /// Counts the entries of a directory whose names do not begin with ".".
+/// @param path   the directory
 /// @return
 ///  - 0 or more: their number
 ///  - -1: a null argument, or the directory cannot be opened
@@ -109,6 +115,7 @@ int make_directory(char *path, int mode, unsigned flags);
 
 /// Finds the file name in a path that a browser sent: what stands behind the last backslash
 /// and, within that, behind the last "/".
+/// @param path   with the separators of any system; may be null
 /// @return a place in path; null for null
 const char *valid_filename(const char *path);
 
@@ -120,7 +127,7 @@ const char *valid_filename(const char *path);
 /// @return s
 char *str_replace_chr(char *s, int from, int to);
 
-/* ---- Text ---- */
+/* ---- Text encodings ---- */
 
 /// Decodes one UTF-8 character to a UCS-2 code and moves the cursor behind it.
 /// @param cursor   the text; null, or pointing to null: 0 is returned
@@ -137,6 +144,7 @@ unsigned utf8_to_ucs2(const char **cursor, unsigned avail);
 /// Encodes the low 16 bits of a code as UTF-8, without a terminator.
 /// @param out    null: null is returned
 /// @param room   bytes free at `out`
+/// @param code   UCS-2 code; only the low 16 bits count
 /// @return the place behind what was written: out itself when the 1 to 3 bytes do not fit
 char *ucs2_to_utf8(char *out, unsigned room, unsigned code);
 
@@ -149,7 +157,9 @@ char *ucs2_to_utf8(char *out, unsigned room, unsigned code);
 unsigned utf8_length(const char *s, unsigned max_chars, unsigned *byte_len);
 
 /// Copies a string into a buffer and always terminates it.
+/// @param dst    receives the copy
 /// @param size   bytes at `dst`, terminator included
+/// @param src    ended by a NUL, or at least `size` bytes long
 /// @return
 ///  - 0 or more: length of the copy, which is whole
 ///  - -1: a null argument or a size of 0 (nothing is written), or the copy was cut to size - 1
@@ -170,6 +180,7 @@ int check_ucs2_to_gsm(unsigned code);
 /// Encodes bytes as base64, without line breaks, and terminates the text.
 /// @param out        room for out_size bytes; nothing is written on failure
 /// @param out_size   at least (in_len + 2) / 3 * 4 + 1
+/// @param in         the bytes; may be null when there are none
 /// @param in_len     negative: 0
 /// @return
 ///  - 0 or more: length of the text, without the terminator
@@ -179,6 +190,8 @@ int base64_encode(char *out, int out_size, const unsigned char *in, int in_len);
 /// Decodes base64. Characters that are not part of it, line breaks and blanks among them, are
 /// skipped.
 /// @param out        room for out_size bytes, not terminated; undefined after a failure
+/// @param out_size   bytes at `out`
+/// @param in         the text; needs no terminator
 /// @param in_len     characters of `in`; below 1: nothing is decoded
 /// @return
 ///  - 0 or more: bytes written
@@ -188,6 +201,7 @@ int base64_decode(unsigned char *out, int out_size, const char *in, int in_len);
 
 /// Updates a CRC-32 (IEEE 802.3) with more bytes, without inverting: the usual CRC of a text is the
 /// complement of crc32(0xFFFFFFFF, text, length).
+/// @param crc   the sum so far, 0xFFFFFFFF at first
 /// @param buf   null: crc is returned
 /// @param len   below 1: crc is returned
 /// @return the new CRC

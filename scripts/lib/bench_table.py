@@ -117,4 +117,5 @@ def main():
     print_sizes(pathlib.Path(build), pathlib.Path(small))
 
 
-main()
+if __name__ == "__main__":
+    main()

@@ -35,16 +35,17 @@ class Document:
         block = None
         paragraph = []
         for number, line in enumerate(lines, 1):
-            if line.startswith('```'):
+            if line.lstrip().startswith('```'):
                 if block is None:
-                    block = Block(line[3:].strip(), number, ' '.join(paragraph).strip())
+                    indent = len(line) - len(line.lstrip())  # of a block in a list
+                    block = Block(line[indent + 3:].strip(), number, ' '.join(paragraph).strip())
                     self.blocks.append(block)
                 else:
                     block = None
                     paragraph = []
                 continue
             if block is not None:
-                block.text += line + '\n'
+                block.text += line[indent:] + '\n'
                 continue
             self.prose += line + '\n'
             if line.startswith('#'):

@@ -90,6 +90,15 @@ TEST(HtmlPrintText, ReturnsZeroForNullOrEmptyText) {
     EXPECT_TRUE(prints("", [] { return html_print_text(""); }));
 }
 
+TEST(HtmlPrintText, EscapesBehindARunOfAnyLength) {
+    for (std::size_t length = 0; length <= 2100; ++length) {
+        const std::string run(length, 'x');
+        EXPECT_TRUE(prints(run + "&#8364;&#35373;&lt;" + run, [&] {
+            return html_print_text((run + "\u20AC\u8A2D<" + run).c_str());
+        })) << length;
+    }
+}
+
 TEST(HtmlPrintText, EscapesAnywhereInALongText) {
     for (const std::size_t position : {0u, 4090u, 4095u, 4096u, 4097u, 9999u}) {
         std::string utf8(10000, 'x');
@@ -159,6 +168,16 @@ TEST(HtmlPrintTextLimit, ReadsNoByteBehindTheLimit) {
     EXPECT_TRUE(prints("ab", [&] { return html_print_text_limit(9, cut.get(), 3); }));
     const qmv_test::FencedText shorter("b\xE2\x82");
     EXPECT_TRUE(prints("b", [&] { return html_print_text_limit(9, shorter.get(), 3); }));
+}
+
+TEST(HtmlPrintTextLimit, ReadsNoByteBehindALongText) {
+    for (unsigned length = 1; length <= 80; ++length) {
+        const std::string text(length, 'x');
+        const qmv_test::FencedText fenced(text);
+        EXPECT_TRUE(prints(text, [&] {
+            return html_print_text_limit(kNoLimit, fenced.get(), length);
+        })) << length;
+    }
 }
 
 TEST(HtmlPrintTextLimit, CountsCharactersBehindALongRun) {

@@ -6,11 +6,13 @@
 #include <string>
 
 #include "tests/support/io.h"
+#include "tests/support/output.h"
 
 namespace {
 
 using qmv_test::open_descriptors;
 using qmv_test::printed;
+using qmv_test::prints;
 using qmv_test::run_child;
 using qmv_test::TempDir;
 
@@ -51,13 +53,13 @@ TEST(PrintHeadScript, PrintsFileBetweenTheTagsAskedFor) {
             << row.how;
 }
 
-TEST(PrintHeadScript, WithoutTextPrintsOneTag) {
-    EXPECT_EQ(printed([] { print_head_script(0, nullptr); }), "");
-    EXPECT_EQ(printed([] { print_head_script(kOpen, nullptr); }), "<script>\r\n");
-    EXPECT_EQ(printed([] { print_head_script(kClose, nullptr); }), "</script>\r\n");
-    EXPECT_EQ(printed([] { print_head_script(kFile, nullptr); }), "");
-    EXPECT_EQ(printed([] { print_head_script(kFile | kOpen, nullptr); }), "<script>\r\n");
-    EXPECT_EQ(printed([] { print_head_script(kFile | kClose, nullptr); }), "</script>\r\n");
+TEST(PrintHeadScript, WithoutTextPrintsOneTagAndReturnsItsLength) {
+    EXPECT_TRUE(prints("", [] { return print_head_script(0, nullptr); }));
+    EXPECT_TRUE(prints("<script>\r\n", [] { return print_head_script(kOpen, nullptr); }));
+    EXPECT_TRUE(prints("</script>\r\n", [] { return print_head_script(kClose, nullptr); }));
+    EXPECT_TRUE(prints("", [] { return print_head_script(kFile, nullptr); }));
+    EXPECT_TRUE(prints("<script>\r\n", [] { return print_head_script(kFile | kOpen, nullptr); }));
+    EXPECT_TRUE(prints("</script>\r\n", [] { return print_head_script(kFile | kClose, nullptr); }));
 }
 
 TEST(PrintHeadScript, WithoutTextBothFlagsPrintOnlyTheClosingTag) {
@@ -130,7 +132,7 @@ TEST(PrintHeadCss, CopiesFilesIntoOneElement) {
 }
 
 TEST(PrintHeadCss, PrintsNothingForAnEmptyList) {
-    EXPECT_EQ(printed([] { print_head_css(nullptr); }), "");
+    EXPECT_TRUE(prints("", [] { return print_head_css(nullptr); }));
 }
 
 TEST(PrintHeadCss, StopsAtTheNullPointer) {

@@ -192,6 +192,7 @@ TEST(ReadItem, StoresAnEmptyStringWhenTheItemIsMissing) {
     const TempDir dir;
     char buffer[8] = "before";
     EXPECT_EQ(read_item(dir.path(), "missing", buffer, 7), -1);
+    EXPECT_EQ(read_item(dir.path(), "missing", buffer, 0), -1);
     EXPECT_STREQ(buffer, "");
 }
 

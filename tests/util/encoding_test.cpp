@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <ostream>
 #include <set>
@@ -280,6 +281,26 @@ TEST(Utf8Length, CountsAnInvalidTextAsFull) {
         unsigned bytes = 77;
         EXPECT_EQ(utf8_length(row.s, row.max_chars, &bytes), row.count) << row.label;
         EXPECT_EQ(bytes, row.bytes) << row.label;
+    }
+}
+
+TEST(Utf8Length, CountsLongTextsWhereverTheyLie) {
+    constexpr unsigned kPlain = 20;  // some words of any machine
+    for (unsigned length = 0; length <= 3 * kPlain; ++length) {
+        std::string bytes(length, 'x');
+        unsigned characters = length;
+        if (length > kPlain) {
+            bytes.replace(kPlain, 0, "\xC3\xA9");
+            ++characters;
+        }
+        // The terminator is the last byte that can be read.
+        const FencedText fenced(bytes + '\0');
+        for (const unsigned most : {kUnlimited, characters, kPlain, kPlain + 1, 7U}) {
+            unsigned used = 77;
+            const unsigned counted = std::min(most, characters);
+            EXPECT_EQ(utf8_length(fenced.get(), most, &used), counted) << length;
+            EXPECT_EQ(used, counted + (counted > kPlain ? 1 : 0)) << length << ", " << most;
+        }
     }
 }
 
