@@ -88,7 +88,8 @@ unsigned utf8_length(const char *s, unsigned max_chars, unsigned *byte_len) {
     const char *cursor = s;
     unsigned count = 0;
     while (count < max_chars && *cursor != '\0') {
-        if (const unsigned run = ascii_words(cursor, max_chars - count); run > 0) {
+        const bool is_ascii = static_cast<unsigned char>(*cursor) < 0x80;
+        if (const unsigned run = is_ascii ? ascii_words(cursor, max_chars - count) : 0; run > 0) {
             cursor += run;
             count += run;
             continue;

@@ -12,21 +12,24 @@ inline unsigned take_code(const char *&text, unsigned avail) {
         text += count;
         return code;
     };
+    // A jump is foreseen; to compute how far to go would keep the next character waiting.
+    if (lead == 0)
+        return 0;
     if (lead < 0x80)
-        return take(lead != 0 ? 1 : 0, lead);
-    if (lead < 0xC0 || lead >= 0xF0)
+        return take(1, lead);
+    if (lead < 0xC0 || lead >= 0xF0) [[unlikely]]
         return take(1, 0);
-    if (avail == 1)
+    if (avail == 1) [[unlikely]]
         return 0;
     // Intended: an ASCII byte is taken together with the bad sequence, a NUL is not.
-    if (bytes[1] < 0x80)
+    if (bytes[1] < 0x80) [[unlikely]]
         return take(bytes[1] != 0 ? 2 : 1, 0);
     const unsigned second = bytes[1] - 0x80U;
     if (lead < 0xE0)
         return take(2, ((lead - 0xC0U) << 6) + second);
-    if (avail == 2)
+    if (avail == 2) [[unlikely]]
         return 0;
-    if (bytes[2] < 0x80)
+    if (bytes[2] < 0x80) [[unlikely]]
         return take(bytes[2] != 0 ? 3 : 2, 0);
     return take(3, (((lead - 0xE0U) << 12) + (second << 6) + (bytes[2] - 0x80U)) & 0xFFFF);
 }
