@@ -18,6 +18,7 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 # D: an archive holds no times or owners, so that the same sources always give the same bytes.
 set(CMAKE_C_ARCHIVE_CREATE "<CMAKE_AR> qcD <TARGET> <LINK_FLAGS> <OBJECTS>")
+set(CMAKE_C_ARCHIVE_APPEND "<CMAKE_AR> qD <TARGET> <LINK_FLAGS> <OBJECTS>")
 set(CMAKE_C_ARCHIVE_FINISH "<CMAKE_RANLIB> -D <TARGET>")
 
 if(QMV_SANITIZE)
@@ -50,7 +51,7 @@ function(qmv_library_options target)
         qmv_add_if_supported(${target} -fcf-protection)
     endif()
     # Elsewhere gcc checks the stack in every function, which MIPS16 code cannot do.
-    if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|aarch64|s390x|ppc64")
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i.86|aarch64|s390x|ppc64")
         qmv_add_if_supported(${target} -fstack-clash-protection)
     endif()
     # -O3 makes it larger and hardly faster.

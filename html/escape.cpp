@@ -194,6 +194,10 @@ class EscapedOutput {
         char *to = buffer_ + used_;
         size_t length = 0;
         for (; length < limit; ++length) {
+            if ((qmv::class_of(text[length]) & qmv::kHtmlText) != 0) {
+                *to++ = text[length];
+                continue;
+            }
             const size_t printed = put_ascii(to, text[length]);
             if (printed == 0)
                 break;

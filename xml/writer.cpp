@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -33,7 +32,7 @@ unsigned char *reserve(xml_data &x, uint32_t more) {
 }
 
 /// Where so many more bytes go, or null when the buffer would have to grow first.
-unsigned char *find_room(const xml_data *x, size_t more) {
+unsigned char *find_room(const xml_data *x, uint64_t more) {
     const bool fits = x != nullptr && x->data != nullptr && x->length <= x->capacity &&
                       more <= x->capacity - x->length;
     return fits ? x->data + x->length : nullptr;
@@ -53,7 +52,8 @@ unsigned char *put(unsigned char *to, std::string_view s) {
 }
 using qmv::put;
 void append_growing(xml_data *x, std::string_view s) {
-    xml_data_append(x, s.data(), qmv::clamp_to_int(s.size()));
+    if (s.data() != nullptr)
+        xml_data_append(x, s.data(), qmv::clamp_to_int(s.size()));
 }
 void append_growing(xml_data *x, const qmv::ShortText &s) {
     xml_data_append(x, s.text, s.length);
@@ -63,7 +63,7 @@ void append_growing(xml_data *x, const qmv::ShortText &s) {
 /// not keep the others out.
 template <typename... Texts>
 void append(xml_data *x, const Texts &...texts) {
-    unsigned char *end = find_room(x, (room_for(texts) + ...));
+    unsigned char *end = find_room(x, (uint64_t{room_for(texts)} + ...));
     if (end == nullptr) {
         (append_growing(x, texts), ...);
         return;
@@ -72,8 +72,9 @@ void append(xml_data *x, const Texts &...texts) {
     x->length = static_cast<uint32_t>(end - x->data);
 }
 
+/// Of a null pointer nothing is appended, not even an empty text.
 std::string_view view(const char *s) {
-    return s != nullptr ? s : "";
+    return s != nullptr ? std::string_view(s) : std::string_view();
 }
 
 constexpr std::string_view kLineFeed = "&#10;";
@@ -144,15 +145,17 @@ void xml_data_attr_num(xml_data *x, const char *name, unsigned value) {
 }
 
 void xml_data_txt(xml_data *x, const char *text, int n) {
-    if (text == nullptr || n < 0)
+    if (text == nullptr || n < 0) {
+        text = "";
         n = 0;
-    const char *const end = text + n;
+    }
+    const char *const end = text + ::strnlen(text, static_cast<size_t>(n));
     for (;;) {
         const char *const run = text;
         while (text < end && (qmv::class_of(*text) & qmv::kXmlText) != 0)
             ++text;
         const std::string_view plain(run, static_cast<size_t>(text - run));
-        if (text == end || *text == '\0') {
+        if (text == end) {
             append(x, plain);
             return;
         }

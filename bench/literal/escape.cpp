@@ -56,7 +56,7 @@ int encode(char *buf, unsigned cp) {
 
 int print_mem(const char *buf, int len) {
     for (int i = 0; i < len; ++i) {
-        if (std::putc(buf[i], stdout) == EOF)
+        if (::putc_unlocked(buf[i], stdout) == EOF)
             return i;
     }
     return len;
