@@ -2,10 +2,12 @@
 #include <gtest/gtest.h>
 #include <limits.h>
 #include <qmv/xml.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
@@ -435,6 +437,21 @@ TEST(XmlDataTxt, TakesAtMostTheLength) {
     EXPECT_EQ(escaped("abc", -1), "");
     EXPECT_EQ(escaped("abc", INT_MIN), "");
     EXPECT_EQ(escaped("abc", INT_MAX), "abc") << "ends at the NUL";
+}
+
+TEST(XmlDataTxt, TakesALengthBeyondAllMemory) {
+    // Where pointers have 32 bits the text lies so high that its end would be behind the last address.
+    constexpr std::size_t kPage = 4096;
+    void *const high = sizeof(void *) == 4 ? reinterpret_cast<void *>(0xBEFF0000U) : nullptr;
+    void *const memory =
+        ::mmap(high, kPage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(memory, MAP_FAILED);
+    char *const hello = static_cast<char *>(memory);
+    std::strcpy(hello, "hello");
+    Document document;
+    xml_data_txt(document.get(), hello, INT_MAX);
+    EXPECT_EQ(document.content(), "hello");
+    ::munmap(memory, kPage);
 }
 
 TEST(XmlDataTxt, StopsAtANul) {
